@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace quillmark {
+
+class Bundle;
+class Directories;
+
+/// Every place that an installation reads or writes, except the components folder (probes/relocation.hpp). Paths
+/// are absolute and UTF-8, formed afresh at each call; nothing here looks at the file system. Bundle resources
+/// are nothing when the bundle lacks them.
+namespace layout {
+
+inline constexpr const char *systemApplicationCopy = "/Applications/Quillmark.app";
+[[nodiscard]] std::string userApplicationCopy(Directories &directories);
+
+/// The staging folder: deleted and made anew by each installation.
+[[nodiscard]] std::string stagingFolder(Directories &directories);
+[[nodiscard]] std::string markerFile(const std::string &stagingFolder);
+[[nodiscard]] std::string stagedUpScript(const std::string &stagingFolder);
+[[nodiscard]] std::string stagedDownScript(const std::string &stagingFolder);
+
+[[nodiscard]] std::optional<std::string> applicationResource(Bundle &bundle);
+[[nodiscard]] std::optional<std::string> upScriptResource(Bundle &bundle);
+[[nodiscard]] std::optional<std::string> downScriptResource(Bundle &bundle);
+
+/// Where the component for a kind of Mac lies under the components folder. `macVersion` is put in as it stands.
+[[nodiscard]] std::string wireGuardComponentPath(const std::optional<std::string> &macVersion);
+[[nodiscard]] std::string temporaryWireGuardCopy(const std::string &temporaryDirectory);
+
+}  // namespace layout
+
+}  // namespace quillmark

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/mac.hpp"
+
+namespace quillmark {
+
+/// The marker file tells later readers which kind of installation ran. Both writers overwrite it in place, in
+/// ASCII, without a final line feed, and drop a failure: the marker is then absent, or the old one. Main thread.
+
+/// Marks an interactive installation: "Device", "yes".
+void writeToTextFile(const Mac &mac);
+
+/// Marks a managed installation: "Rmm", the `partnerID` and the `teamID` of the user defaults, "yes". An
+/// identifier outside ASCII leaves no marker.
+void writeToTextFileRMM(const Mac &mac);
+
+}  // namespace quillmark

@@ -1,0 +1,29 @@
+# Debian's GNUstep in Apple's place, and the stand-ins for what it lacks.
+set(gnustepFolder ${CMAKE_CURRENT_LIST_DIR})
+
+add_library(frameworks INTERFACE)
+target_compile_definitions(frameworks INTERFACE
+  GNUSTEP GNUSTEP_BASE_LIBRARY=1 GNU_GUI_LIBRARY=1 GNU_RUNTIME=1 _NATIVE_OBJC_EXCEPTIONS)
+# Weak references do not exist in the gcc runtime; weak outlets act as plain ones there.
+target_compile_options(frameworks INTERFACE
+  "$<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-runtime=gcc;-fblocks;-fobjc-exceptions;-fconstant-string-class=NSConstantString;-U__weak;-D__weak=>"
+  -fexceptions -pthread)
+target_include_directories(frameworks SYSTEM INTERFACE ${gnustepFolder}/include /usr/include/GNUstep)
+# libobjc's headers are gcc's; behind clang's own, so that nothing else is taken from there.
+target_compile_options(frameworks INTERFACE "SHELL:-idirafter /usr/lib/gcc/${CMAKE_LIBRARY_ARCHITECTURE}/12/include")
+# With -rdynamic the libraries find the stand-ins that replace their own symbols.
+target_link_options(frameworks INTERFACE -rdynamic -pthread)
+# gnustep-base exports broken block classes of its own, so libBlocksRuntime comes first, needed or not.
+target_link_libraries(frameworks INTERFACE
+  "-Wl,--no-as-needed -lBlocksRuntime -Wl,--as-needed" gnustep-gui gnustep-base objc m ${CMAKE_DL_LIBS})
+
+add_library(gnustep_standins OBJECT
+  ${gnustepFolder}/appkit_version.mm
+  ${gnustepFolder}/blocks.mm
+  ${gnustepFolder}/interface.mm
+  ${gnustepFolder}/main_bundle.mm
+  ${gnustepFolder}/main_queue.mm
+  ${gnustepFolder}/workspace.mm)
+# Replacing methods of the libraries is what these files are for.
+target_compile_options(gnustep_standins PRIVATE -Wno-objc-protocol-method-implementation)
+target_link_libraries(gnustep_standins PUBLIC frameworks)

@@ -1,0 +1,3 @@
+#pragma once
+
+typedef const struct AuthorizationOpaqueRef *AuthorizationRef;

@@ -1,0 +1,37 @@
+#pragma once
+
+namespace quillmark {
+
+class AlertPanel;
+class Application;
+class Bundle;
+class Console;
+class Directories;
+class DynamicLoader;
+class FileManager;
+class MainQueue;
+class ShellTask;
+class Typography;
+class URLs;
+class UserDefaults;
+class Workspace;
+
+/// The Mac, for a sequence that needs much of it. It lives as long as the process, so work that outlives a call
+/// may keep references to its members.
+struct Mac {
+  AlertPanel &alertPanel;
+  Application &application;
+  Bundle &mainBundle;
+  Console &console;
+  Directories &directories;
+  DynamicLoader &dynamicLoader;
+  FileManager &fileManager;
+  MainQueue &mainQueue;
+  ShellTask &shellTask;
+  Typography &typography;
+  URLs &urls;
+  UserDefaults &userDefaults;
+  Workspace &workspace;
+};
+
+}  // namespace quillmark

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "platform/delegate.hpp"
+#include "platform/mac.hpp"
+
+namespace quillmark {
+
+/// Decides once, when launching has finished: a managed launch when both `teamID` and `partnerID` are in the user
+/// defaults, whatever they hold; otherwise the window is set up and brought forward. Main thread. Throws what the
+/// managed installation throws.
+void applicationDidFinishLaunching(const Mac &mac, const DelegatePtr &delegate);
+
+}  // namespace quillmark
