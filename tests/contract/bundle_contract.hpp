@@ -1,0 +1,48 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+#include "platform/bundle.hpp"
+
+namespace quillmark::contract {
+
+/// A bundle at `path()` with the one resource "client.up.tunnelblick.sh".
+class BundleSubject {
+ public:
+  virtual ~BundleSubject() = default;
+  virtual Bundle &bundle() = 0;
+  virtual std::string path() = 0;
+};
+
+using MakeBundleSubject = std::unique_ptr<BundleSubject> (*)();
+
+class BundleContract : public testing::TestWithParam<MakeBundleSubject> {
+ protected:
+  std::unique_ptr<BundleSubject> subject_ = GetParam()();
+};
+
+TEST_P(BundleContract, TheBundlesPathIsAbsoluteWithoutATrailingSeparator) {
+  EXPECT_EQ(subject_->bundle().bundlePath(), subject_->path());
+  EXPECT_EQ(subject_->path().front(), '/');
+  EXPECT_NE(subject_->path().back(), '/');
+}
+
+TEST_P(BundleContract, AResourceWhoseNameHoldsDotsIsFound) {
+  const auto resource = subject_->bundle().pathForResource("client.up.tunnelblick", "sh");
+  ASSERT_TRUE(resource);
+  EXPECT_EQ(resource->rfind(subject_->path() + "/", 0), 0U) << *resource;
+  EXPECT_NE(resource->find("/client.up.tunnelblick.sh"), std::string::npos) << *resource;
+}
+
+TEST_P(BundleContract, AMissingResourceIsNothing) {
+  EXPECT_EQ(subject_->bundle().pathForResource("client.down.tunnelblick", "sh"), std::nullopt);
+}
+
+TEST_P(BundleContract, AResourceOfAnotherTypeIsNothing) {
+  EXPECT_EQ(subject_->bundle().pathForResource("client.up.tunnelblick", "app"), std::nullopt);
+}
+
+}  // namespace quillmark::contract

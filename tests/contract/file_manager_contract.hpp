@@ -1,0 +1,162 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/file_manager.hpp"
+
+namespace quillmark::contract {
+
+/// A file manager and an empty folder to use it in. `at` looks behind its back: the contents of a file, "-> target"
+/// for a link, "folder" for a folder, nothing when nothing is there.
+class FileManagerSubject {
+ public:
+  virtual ~FileManagerSubject() = default;
+  virtual FileManager &files() = 0;
+  virtual std::string folder() = 0;
+  virtual void addFile(const std::string &path, const std::string &contents) = 0;
+  virtual void addLink(const std::string &path, const std::string &target) = 0;
+  virtual std::optional<std::string> at(const std::string &path) = 0;
+};
+
+using MakeFileManagerSubject = std::unique_ptr<FileManagerSubject> (*)();
+
+class FileManagerContract : public testing::TestWithParam<MakeFileManagerSubject> {
+ protected:
+  std::string path(const std::string &name) { return subject_->folder() + "/" + name; }
+  FileManager &files() { return subject_->files(); }
+  void addFile(const std::string &name, const std::string &contents) { subject_->addFile(path(name), contents); }
+  void addLink(const std::string &name, const std::string &target) { subject_->addLink(path(name), target); }
+  std::optional<std::string> at(const std::string &name) { return subject_->at(path(name)); }
+
+ private:
+  std::unique_ptr<FileManagerSubject> subject_ = GetParam()();
+};
+
+TEST_P(FileManagerContract, AMissingItemDoesNotExist) { EXPECT_FALSE(files().fileExistsAtPath(path("none"))); }
+
+TEST_P(FileManagerContract, AFileAndAFolderExist) {
+  addFile("folder/file", "text");
+  EXPECT_TRUE(files().fileExistsAtPath(path("folder")));
+  EXPECT_TRUE(files().fileExistsAtPath(path("folder/file")));
+}
+
+TEST_P(FileManagerContract, ALinkExistsOnlyIfItResolves) {
+  addFile("file", "text");
+  addLink("good", path("file"));
+  addLink("dangling", path("none"));
+  EXPECT_TRUE(files().fileExistsAtPath(path("good")));
+  EXPECT_FALSE(files().fileExistsAtPath(path("dangling")));
+}
+
+TEST_P(FileManagerContract, RemovingAMissingItemFails) { EXPECT_FALSE(files().removeItemAtPath(path("none"))); }
+
+TEST_P(FileManagerContract, RemovingAFolderRemovesItsWholeTree) {
+  addFile("folder/deep/file", "text");
+  EXPECT_TRUE(files().removeItemAtPath(path("folder")));
+  EXPECT_EQ(at("folder"), std::nullopt);
+  EXPECT_EQ(at("folder/deep/file"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, RemovingALinkLeavesItsTarget) {
+  addFile("folder/file", "text");
+  addLink("link", path("folder"));
+  EXPECT_TRUE(files().removeItemAtPath(path("link")));
+  EXPECT_EQ(at("link"), std::nullopt);
+  EXPECT_EQ(at("folder/file"), "text");
+}
+
+TEST_P(FileManagerContract, CreatingAFolderCreatesItsParents) {
+  EXPECT_TRUE(files().createDirectoryAtPath(path("a/b/c")));
+  EXPECT_EQ(at("a/b/c"), "folder");
+}
+
+TEST_P(FileManagerContract, CreatingAFolderThatExistsSucceeds) {
+  EXPECT_TRUE(files().createDirectoryAtPath(path("folder")));
+  EXPECT_TRUE(files().createDirectoryAtPath(path("folder")));
+}
+
+TEST_P(FileManagerContract, CreatingAFolderWhereAFileLiesFails) {
+  addFile("file", "text");
+  EXPECT_FALSE(files().createDirectoryAtPath(path("file")));
+  EXPECT_EQ(at("file"), "text");
+}
+
+TEST_P(FileManagerContract, CopyingAFolderCopiesItsWholeTreeWithLinks) {
+  addFile("source/deep/file", "text");
+  addLink("source/link", "deep/file");
+  EXPECT_TRUE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_EQ(at("target/deep/file"), "text");
+  EXPECT_EQ(at("target/link"), "-> deep/file");
+  EXPECT_EQ(at("source/deep/file"), "text");
+}
+
+TEST_P(FileManagerContract, CopyingKeepsALinkThatDoesNotResolve) {
+  addLink("source/dangling", "nowhere");
+  EXPECT_TRUE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_EQ(at("target/dangling"), "-> nowhere");
+}
+
+TEST_P(FileManagerContract, CopyingNeverOverwritesAFile) {
+  addFile("source", "new");
+  addFile("target", "old");
+  EXPECT_FALSE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_EQ(at("target"), "old");
+}
+
+TEST_P(FileManagerContract, CopyingNeverMergesIntoAFolder) {
+  addFile("source/new", "new");
+  addFile("target/old", "old");
+  EXPECT_FALSE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_EQ(at("target/new"), std::nullopt);
+  EXPECT_EQ(at("target/old"), "old");
+}
+
+TEST_P(FileManagerContract, CopyingAMissingSourceFails) {
+  EXPECT_FALSE(files().copyItemAtPath(path("none"), path("target")));
+  EXPECT_EQ(at("target"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, CopyingDoesNotCreateTheTargetsFolder) {
+  addFile("source", "text");
+  EXPECT_FALSE(files().copyItemAtPath(path("source"), path("none/target")));
+  EXPECT_EQ(at("none"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, ATextIsWrittenAsItStands) {
+  EXPECT_TRUE(files().writeASCII("one\ntwo", path("file")));
+  EXPECT_EQ(at("file"), "one\ntwo");
+}
+
+TEST_P(FileManagerContract, WritingOverwritesAnExistingFile) {
+  addFile("file", "a much longer text than the new one");
+  EXPECT_TRUE(files().writeASCII("new", path("file")));
+  EXPECT_EQ(at("file"), "new");
+}
+
+TEST_P(FileManagerContract, WritingATextOutsideASCIIFailsAndLeavesTheOldFile) {
+  addFile("file", "old");
+  EXPECT_FALSE(files().writeASCII("caf\u00e9", path("file")));
+  EXPECT_EQ(at("file"), "old");
+}
+
+TEST_P(FileManagerContract, WritingATextOutsideASCIICreatesNoFile) {
+  EXPECT_FALSE(files().writeASCII("caf\u00e9", path("file")));
+  EXPECT_EQ(at("file"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, WritingIntoAMissingFolderFails) {
+  EXPECT_FALSE(files().writeASCII("text", path("none/file")));
+  EXPECT_EQ(at("none"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, PathsMayHoldBlanksAndNonASCIILetters) {
+  addFile("mon d\u00e9p\u00f4t/fichier", "text");
+  EXPECT_TRUE(files().copyItemAtPath(path("mon d\u00e9p\u00f4t"), path("copie \u00e0 c\u00f4t\u00e9")));
+  EXPECT_EQ(at("copie \u00e0 c\u00f4t\u00e9/fichier"), "text");
+}
+
+}  // namespace quillmark::contract

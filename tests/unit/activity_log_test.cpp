@@ -1,0 +1,66 @@
+#include "shell/activity_log.hpp"
+
+#include <gtest/gtest.h>
+
+#include "support/fake_mac.hpp"
+
+namespace quillmark {
+
+namespace {
+
+using fake::FakeMac;
+
+TEST(ActivityLog, ATextIsAppendedAsItStandsOnceTheMainThreadRuns) {
+  FakeMac mac;
+  logText(mac.mainQueue, mac.delegate, "no line end, 100% @");
+  EXPECT_EQ(mac.delegate->log, "");
+  mac.mainQueue.run();
+  EXPECT_EQ(mac.delegate->log, "no line end, 100% @");
+}
+
+TEST(ActivityLog, AnEmptyTextLeavesTheLogUnchanged) {
+  FakeMac mac;
+  mac.delegate->log = "before\n";
+  logText(mac.mainQueue, mac.delegate, "");
+  mac.mainQueue.run();
+  EXPECT_EQ(mac.delegate->log, "before\n");
+}
+
+TEST(ActivityLog, ABurstOfAppendsAllAppearInOrder) {
+  FakeMac mac;
+  std::string expected;
+  for (int line = 0; line < 10000; ++line) {
+    const std::string text = std::to_string(line) + "\n";
+    logText(mac.mainQueue, mac.delegate, text);
+    expected += text;
+  }
+  mac.mainQueue.run();
+  EXPECT_EQ(mac.delegate->log, expected);
+}
+
+TEST(ActivityLog, APendingAppendKeepsTheDelegateAliveUntilItHasRun) {
+  FakeMac mac;
+  const std::weak_ptr<Delegate> delegate = mac.delegate;
+  logText(mac.mainQueue, mac.delegate, "text");
+  mac.delegate.reset();
+  EXPECT_FALSE(delegate.expired());
+  mac.mainQueue.run();
+  EXPECT_TRUE(delegate.expired());
+}
+
+TEST(ErrorLine, HoldsTheDomainAndTheCodeAndOneLineFeed) {
+  EXPECT_EQ(errorLine("NSPOSIXErrorDomain", 13), "error NSPOSIXErrorDomain / 13\n");
+}
+
+TEST(ErrorLine, ANegativeCodePrintsWithItsMinusSign) {
+  EXPECT_EQ(errorLine("NSOSStatusErrorDomain", -1), "error NSOSStatusErrorDomain / -1\n");
+}
+
+TEST(ErrorLine, ACodeBeyond32BitsShowsItsLow32BitsAsASignedNumber) {
+  EXPECT_EQ(errorLine("d", 0x1'0000'0005L), "error d / 5\n");
+  EXPECT_EQ(errorLine("d", 0x8000'0000L), "error d / -2147483648\n");
+}
+
+}  // namespace
+
+}  // namespace quillmark

@@ -1,0 +1,359 @@
+#include "install/installation.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "shell/main_window.hpp"
+#include "support/fake_mac.hpp"
+#include "support/installed.hpp"
+
+namespace quillmark {
+
+namespace {
+
+using fake::FakeMac;
+using fake::Journal;
+
+const std::string installer = "/Volumes/Quillmark Installer/Quillmark Installer.app";
+const std::string resources = installer + "/Contents/Resources";
+const std::string components = "/Volumes/Quillmark Installer/components";
+const std::string staging = "/Users/ann/Quillmark_Components";
+const std::string systemCopy = "/Applications/Quillmark.app";
+const std::string userCopy = "/Users/ann/Applications/Quillmark.app";
+const std::string temporaryGuard = "/var/folders/T/QuillmarkGuard";
+
+/// What both installations do, from the components check to the last separator line, on a clean account.
+Journal expectedJournal(const Journal &targets, const std::string &end) {
+  Journal journal = {
+      "bundlePath",
+      "createFileURL " + installer,
+      "appKitVersionNumber",
+      "exists " + components,
+  };
+  journal.insert(journal.end(), targets.begin(), targets.end());
+  const Journal rest = {
+      "exists " + staging,
+      "create " + staging,
+      "console Directory Created",
+      "remove " + systemCopy,
+      "remove " + userCopy,
+      "console ----------------------------",
+      "resource Quillmark.app",
+      "homeDirectory",
+      "homeDirectory",
+      "default partnerID",
+      "default teamID",
+      "write " + staging + "/installationHelper.txt",
+      "copy " + resources + "/Quillmark.app to " + systemCopy,
+      "copy " + resources + "/Quillmark.app to " + userCopy,
+      "resource client.up.tunnelblick.sh",
+      "copy " + resources + "/client.up.tunnelblick.sh to " + staging + "/client.up.tunnelblick.sh",
+      "resource client.down.tunnelblick.sh",
+      "copy " + resources + "/client.down.tunnelblick.sh to " + staging + "/client.down.tunnelblick.sh",
+      "bundlePath",
+      "createFileURL " + installer,
+      "appKitVersionNumber",
+      "sh " + fake::releaseCommand,
+      "temporaryDirectory",
+      "remove " + temporaryGuard,
+      "console [pathToComponents stringByAppendingPathComponent:newPath]  " + components +
+          "/WGComponents/Sonoma/QuillmarkGuard",
+      "copy " + components + "/WGComponents/Sonoma/QuillmarkGuard to " + temporaryGuard,
+      "console -------------------------",
+      "sh " + fake::shellCopy,
+      "console -------------------",
+      end,
+  };
+  journal.insert(journal.end(), rest.begin(), rest.end());
+  return journal;
+}
+
+const Journal interactiveJournal = expectedJournal({"userApplicationsDirectory", "homeDirectory"}, "dispatchAsync");
+const Journal managedJournal = expectedJournal({"homeDirectory", "userApplicationsDirectory"}, "terminate");
+
+class Installation : public testing::Test {
+ protected:
+  Installation() { fake::expectShellCommands(mac_); }
+
+  void install() { installQuillmarkApplication(mac_.mac(), mac_.delegate); }
+  void installManaged() { installQuillmarkApplicationRMM(mac_.mac(), mac_.delegate); }
+  std::optional<std::string> at(const std::string &path) { return mac_.fileManager.at(path); }
+  bool logged(const std::string &line) {
+    return std::count(mac_.console.lines.begin(), mac_.console.lines.end(), line) != 0;
+  }
+
+  FakeMac mac_;
+};
+
+TEST_F(Installation, TheInteractiveSequenceIsExactlyTheStatedOne) {
+  install();
+  EXPECT_EQ(mac_.journal, interactiveJournal);
+}
+
+TEST_F(Installation, TheManagedSequenceDiffersInThePathOrderTheMarkerAndTheEndOnly) {
+  mac_.userDefaults.values = {{"partnerID", "P1"}, {"teamID", "T2"}};
+  installManaged();
+  EXPECT_EQ(mac_.journal, managedJournal);
+  EXPECT_EQ(at(staging + "/installationHelper.txt"), "Rmm\nP1\nT2\nyes");
+}
+
+TEST_F(Installation, WithoutAComponentsFolderTheAlertIsShownAndTheApplicationEndsBeforeAnyFileIsTouched) {
+  (void)mac_.fileManager.removeItemAtPath(components);
+  mac_.journal.clear();
+  const auto before = mac_.fileManager.tree("/");
+  const Journal expected = {"bundlePath", "createFileURL " + installer, "appKitVersionNumber",
+                            "exists " + components, "alert Quillmark Installer Error", "terminate"};
+
+  install();
+  EXPECT_EQ(mac_.journal, expected);
+  mac_.journal.clear();
+  installManaged();
+  EXPECT_EQ(mac_.journal, expected);
+
+  EXPECT_EQ(mac_.fileManager.tree("/"), before);
+  EXPECT_EQ(mac_.application.terminateSender, mac_.delegate.get());
+}
+
+TEST_F(Installation, AFirstInstallationLogsDirectoryCreatedAndFillsTheStagingFolder) {
+  install();
+  EXPECT_TRUE(logged("Directory Created"));
+  EXPECT_EQ(at(staging + "/installationHelper.txt"), "Device\nyes");
+  EXPECT_EQ(at(staging + "/client.up.tunnelblick.sh"), "up");
+  EXPECT_EQ(at(staging + "/client.down.tunnelblick.sh"), "down");
+  EXPECT_EQ(at(temporaryGuard), "guard for Sonoma");
+}
+
+TEST_F(Installation, ARepeatedInstallationDeletesTheWholeOldStagingFolderWithTheUsersAdditions) {
+  mac_.fileManager.addFile(staging + "/mine/notes.txt", "mine");
+  install();
+  EXPECT_EQ(at(staging + "/mine/notes.txt"), std::nullopt);
+  EXPECT_TRUE(logged("Directory Created"));
+}
+
+TEST_F(Installation, AStagingFolderThatCannotBeRemovedIsKeptAndNeitherLineIsLogged) {
+  mac_.fileManager.addFile(staging + "/installationHelper.txt", "old marker");
+  mac_.fileManager.addFile(staging + "/client.up.tunnelblick.sh", "old up");
+  mac_.fileManager.addFile(staging + "/mine", "mine");
+  mac_.fileManager.failing = {"remove " + staging};
+
+  install();
+
+  EXPECT_FALSE(logged("Directory Created"));
+  EXPECT_FALSE(logged("Directory Creation Failed"));
+  EXPECT_EQ(std::count(mac_.journal.begin(), mac_.journal.end(), "create " + staging), 0);
+  EXPECT_EQ(at(staging + "/mine"), "mine");
+  EXPECT_EQ(at(staging + "/installationHelper.txt"), "Device\nyes");
+  EXPECT_EQ(at(staging + "/client.up.tunnelblick.sh"), "old up");
+  EXPECT_EQ(at(staging + "/client.down.tunnelblick.sh"), "down");
+  EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
+}
+
+TEST_F(Installation, APlainFileAtTheStagingFoldersPathIsReplacedByAFolder) {
+  mac_.fileManager.addFile(staging, "a file");
+  install();
+  EXPECT_EQ(at(staging), "folder");
+  EXPECT_TRUE(logged("Directory Created"));
+}
+
+TEST_F(Installation, AnExistingClientIsReplacedInBothPlaces) {
+  for (const std::string &copy : {systemCopy, userCopy}) mac_.fileManager.addFile(copy + "/Contents/old", "old");
+  install();
+  for (const std::string &copy : {systemCopy, userCopy}) {
+    EXPECT_EQ(at(copy + "/Contents/old"), std::nullopt);
+    EXPECT_EQ(at(copy + "/Contents/Info.plist"), "the client");
+  }
+}
+
+TEST_F(Installation, TheStagingFolderNeverReceivesACopyOfTheApplication) {
+  install();
+  EXPECT_EQ(at(staging + "/Quillmark.app"), std::nullopt);
+}
+
+TEST_F(Installation, AUserWithoutAnApplicationsFolderGetsOnlyTheSystemCopyAndNoFolderIsCreated) {
+  (void)mac_.fileManager.removeItemAtPath("/Users/ann/Applications");
+  install();
+  EXPECT_EQ(at(systemCopy + "/Contents/Info.plist"), "the client");
+  EXPECT_EQ(at("/Users/ann/Applications"), std::nullopt);
+  EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
+}
+
+TEST_F(Installation, AReleaseWithoutAComponentLeavesNoTemporaryCopyAndTheRestStands) {
+  mac_.shellTask.outputs[fake::releaseCommand] = "Cheetah\n";
+  mac_.fileManager.addFile(temporaryGuard, "of an earlier run");
+  install();
+  EXPECT_EQ(at(temporaryGuard), std::nullopt);
+  EXPECT_EQ(at(systemCopy + "/Contents/Info.plist"), "the client");
+  EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
+}
+
+TEST_F(Installation, AReleaseThatIsNotUTF8IsLookedForUnderTheNullPlaceholder) {
+  mac_.shellTask.outputs[fake::releaseCommand] = "\xFF\n";
+  install();
+  EXPECT_TRUE(logged("[pathToComponents stringByAppendingPathComponent:newPath]  " + components +
+                     "/WGComponents/(null)/QuillmarkGuard"));
+}
+
+TEST_F(Installation, BlanksAndShellCharactersInThePathsReachTheShellUnquoted) {
+  mac_.directories.home = "/Users/ann lee;x";
+  mac_.directories.temporary = "/tmp/a b/";
+  const std::string broken = "cp -R /tmp/a b/QuillmarkGuard /Users/ann lee;x/Quillmark_Components";
+  mac_.shellTask.outputs[broken] = "";
+  install();
+  EXPECT_EQ(std::count(mac_.journal.begin(), mac_.journal.end(), "sh " + broken), 1);
+  EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
+}
+
+TEST_F(Installation, WhatTheShellCopyPrintsIsThrownAway) {
+  mac_.shellTask.outputs[fake::shellCopy] = "\xFF not UTF-8 either";
+  install();
+  EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
+}
+
+TEST_F(Installation, OnARelocatedInstallerTheComponentComesFromBesideTheOriginal) {
+  const std::string download = "/Users/ann/Downloads/Quillmark";
+  mac_.application.version = 2487.0;
+  mac_.dynamicLoader.flag = true;
+  mac_.dynamicLoader.originalPath = download + "/Quillmark Installer.app";
+  mac_.fileManager.addFile(download + "/components/WGComponents/Sonoma/QuillmarkGuard", "beside the original");
+  install();
+  EXPECT_EQ(at(temporaryGuard), "beside the original");
+  EXPECT_EQ(fake::FakeURLs::alive, 0);
+}
+
+TEST_F(Installation, AnOriginalThatIsLostAfterTheCheckLeavesTheComponentOut) {
+  // The system is asked twice, and may answer otherwise the second time.
+  mac_.application.version = 2487.0;
+  mac_.dynamicLoader.flag = true;
+  mac_.dynamicLoader.originalPath = installer;
+  const auto loseOriginal = [&] { mac_.dynamicLoader.originalPath = std::nullopt; };
+  struct LosingBundle final : Bundle {
+    LosingBundle(Bundle &bundle, std::function<void()> lose) : bundle(bundle), lose(std::move(lose)) {}
+    std::string bundlePath() override { return bundle.bundlePath(); }
+    std::optional<std::string> pathForResource(const std::string &name, const std::string &type) override {
+      lose();
+      return bundle.pathForResource(name, type);
+    }
+    Bundle &bundle;
+    std::function<void()> lose;
+  } losing(mac_.mainBundle, loseOriginal);
+  Mac mac = mac_.mac();
+  installQuillmarkApplication({mac.alertPanel, mac.application, losing, mac.console, mac.directories,
+                               mac.dynamicLoader, mac.fileManager, mac.mainQueue, mac.shellTask, mac.typography,
+                               mac.urls, mac.userDefaults, mac.workspace},
+                              mac_.delegate);
+  EXPECT_TRUE(logged("[pathToComponents stringByAppendingPathComponent:newPath]  (null)"));
+  EXPECT_EQ(at(temporaryGuard), std::nullopt);
+}
+
+TEST_F(Installation, AMissingBundleResourceFailsOnlyItsOwnCopy) {
+  mac_.mainBundle.resources.erase("Quillmark.app");
+  install();
+  EXPECT_EQ(at(systemCopy), std::nullopt);
+  EXPECT_EQ(at(staging + "/client.up.tunnelblick.sh"), "up");
+  EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
+}
+
+TEST_F(Installation, ALicenceTextWithoutAHeadingStopsTheSequenceAtTheProbe) {
+  mac_.shellTask.outputs[fake::releaseCommand] = "";
+  EXPECT_THROW(install(), std::out_of_range);
+  EXPECT_EQ(at(systemCopy + "/Contents/Info.plist"), "the client");
+  EXPECT_EQ(mac_.journal.back(), "sh " + fake::releaseCommand);
+}
+
+TEST_F(Installation, TheWindowUpdateIsPostedWhateverTheFileOperationsDid) {
+  for (const std::string &call : interactiveJournal) {
+    if (call != "exists " + components) mac_.fileManager.failing.insert(call);
+  }
+  install();
+  mac_.mainQueue.run();
+  EXPECT_TRUE(mac_.delegate->installed);
+}
+
+TEST_F(Installation, AManagedInstallationTouchesNeitherTheWindowNorTheMainQueue) {
+  installManaged();
+  EXPECT_EQ(mac_.delegate->title, std::nullopt);
+  EXPECT_FALSE(mac_.delegate->installed);
+  EXPECT_TRUE(mac_.delegate->hidden.empty());
+  EXPECT_EQ(std::count(mac_.journal.begin(), mac_.journal.end(), "dispatchAsync"), 0);
+  EXPECT_EQ(mac_.application.terminateSender, mac_.delegate.get());
+}
+
+TEST_F(Installation, ASecondManagedRunRepeatsTheWholeSequenceFromANewStagingFolder) {
+  mac_.userDefaults.values = {{"partnerID", "P1"}, {"teamID", "T2"}};
+  installManaged();
+  mac_.fileManager.addFile(staging + "/mine", "mine");
+  mac_.userDefaults.values["teamID"] = "T3";
+  installManaged();
+  EXPECT_EQ(at(staging + "/mine"), std::nullopt);
+  EXPECT_EQ(at(staging + "/installationHelper.txt"), "Rmm\nP1\nT3\nyes");
+  EXPECT_EQ(at(systemCopy + "/Contents/Info.plist"), "the client");
+}
+
+TEST_F(Installation, AnInteractiveRunOverAManagedOneLeavesTheInteractiveMarker) {
+  mac_.userDefaults.values = {{"partnerID", "P1"}, {"teamID", "T2"}};
+  installManaged();
+  install();
+  EXPECT_EQ(at(staging + "/installationHelper.txt"), "Device\nyes");
+}
+
+// Each file operation fails alone, and the sequence goes on: it differs only in what the failure itself changes.
+
+class OneFailure : public testing::TestWithParam<std::string> {
+ protected:
+  /// Everything is there from an earlier installation, so that no operation fails by itself.
+  OneFailure() {
+    fake::expectShellCommands(mac_);
+    mac_.userDefaults.values = {{"partnerID", "P1"}, {"teamID", "T2"}};
+    for (const std::string &copy : {systemCopy, userCopy}) mac_.fileManager.addFile(copy + "/old", "old");
+    mac_.fileManager.addFile(staging + "/old", "old");
+    mac_.fileManager.addFile(temporaryGuard, "old");
+    mac_.fileManager.failing = {GetParam()};
+  }
+
+  Journal expected(Journal journal) const {
+    const auto exists = std::find(journal.begin(), journal.end(), "exists " + staging);
+    if (GetParam() != *exists) journal.insert(exists + 1, "remove " + staging);
+    const auto created = std::find(journal.begin(), journal.end(), "console Directory Created");
+    if (GetParam() == "create " + staging) *created = "console Directory Creation Failed";
+    if (GetParam() == "remove " + staging) journal.erase(created - 1, created + 1);
+    return journal;
+  }
+
+  FakeMac mac_;
+};
+
+TEST_P(OneFailure, DoesNotStopAnInteractiveInstallation) {
+  installQuillmarkApplication(mac_.mac(), mac_.delegate);
+  EXPECT_EQ(mac_.journal, expected(interactiveJournal));
+}
+
+TEST_P(OneFailure, DoesNotStopAManagedInstallation) {
+  installQuillmarkApplicationRMM(mac_.mac(), mac_.delegate);
+  EXPECT_EQ(mac_.journal, expected(managedJournal));
+}
+
+Journal fileOperations() {
+  Journal operations = {"remove " + staging};
+  for (const std::string &call : interactiveJournal) {
+    const std::string verb = call.substr(0, call.find(' '));
+    const bool isFileOperation =
+        verb == "exists" || verb == "create" || verb == "remove" || verb == "copy" || verb == "write";
+    if (isFileOperation && call != "exists " + components) operations.push_back(call);
+  }
+  return operations;
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, OneFailure, testing::ValuesIn(fileOperations()), [](const auto &info) {
+  std::string name = std::to_string(info.index) + "_";
+  for (const char c : info.param.substr(0, info.param.find(" to "))) {
+    if (std::isalnum(static_cast<unsigned char>(c)) != 0) name += c;
+    if (c == '/') name += '_';
+  }
+  return name;
+});
+
+}  // namespace
+
+}  // namespace quillmark

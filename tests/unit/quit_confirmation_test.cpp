@@ -1,0 +1,67 @@
+#include "shell/quit_confirmation.hpp"
+
+#include <gtest/gtest.h>
+
+#include "support/fake_mac.hpp"
+
+namespace quillmark {
+
+namespace {
+
+using fake::FakeMac;
+using fake::Journal;
+
+constexpr int cancel = alertFirstButtonReturn + 1;
+
+TEST(QuitConfirmation, BeforeInstallingItAsksWithTheStatedTextsStyleAndButtons) {
+  FakeMac mac;
+  doQuitApplication(mac.mac(), *mac.delegate);
+  ASSERT_EQ(mac.alertPanel.shown.size(), 1U);
+  const Alert &alert = mac.alertPanel.shown.front();
+  EXPECT_EQ(alert.messageText, "Quillmark Installer");
+  EXPECT_EQ(alert.informativeText, "Are you sure you want to quit Quillmark Installer ?");
+  EXPECT_EQ(alert.style, AlertStyle::informational);
+  EXPECT_EQ(alert.buttons, (std::vector<std::string>{"OK", "Cancel"}));
+}
+
+TEST(QuitConfirmation, BeforeInstallingCancelKeepsTheInstallerOpenWithItsWindowUnchanged) {
+  FakeMac mac;
+  mac.alertPanel.answer = cancel;
+  doQuitApplication(mac.mac(), *mac.delegate);
+  EXPECT_EQ(mac.journal, Journal{"alert Quillmark Installer"});
+}
+
+TEST(QuitConfirmation, BeforeInstallingOKTerminates) {
+  FakeMac mac;
+  doQuitApplication(mac.mac(), *mac.delegate);
+  EXPECT_EQ(mac.journal, (Journal{"alert Quillmark Installer", "terminate"}));
+  EXPECT_EQ(mac.application.terminateSender, mac.delegate.get());
+}
+
+TEST(QuitConfirmation, AfterInstallingItTerminatesWithoutAnyAlert) {
+  FakeMac mac;
+  mac.delegate->installed = true;
+  doQuitApplication(mac.mac(), *mac.delegate);
+  EXPECT_EQ(mac.journal, Journal{"terminate"});
+}
+
+TEST(QuitConfirmation, AnAnswerOtherThanTheFirstButtonDoesNothing) {
+  for (const int answer : {cancel, 0, -1000, 1}) {
+    FakeMac mac;
+    mac.alertPanel.answer = answer;
+    doQuitApplication(mac.mac(), *mac.delegate);
+    EXPECT_EQ(mac.journal, Journal{"alert Quillmark Installer"}) << answer;
+  }
+}
+
+TEST(QuitConfirmation, TheAnswerAloneDecidesEvenIfAnInstallationEndsMeanwhile) {
+  FakeMac mac;
+  mac.alertPanel.answer = cancel;
+  mac.alertPanel.meanwhile = [&] { mac.delegate->installed = true; };
+  doQuitApplication(mac.mac(), *mac.delegate);
+  EXPECT_EQ(mac.journal, Journal{"alert Quillmark Installer"});
+}
+
+}  // namespace
+
+}  // namespace quillmark

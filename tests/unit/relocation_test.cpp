@@ -1,0 +1,183 @@
+#include "probes/relocation.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "support/fake_mac.hpp"
+
+namespace quillmark {
+
+namespace {
+
+using fake::FakeMac;
+using fake::FakeURLs;
+using fake::Journal;
+
+const std::string framework = "/System/Library/Frameworks/Security.framework/Security";
+const std::string original = "/Users/ann/Downloads/Quillmark Installer/Quillmark Installer.app";
+
+/// A Mac that can relocate, and has.
+class Relocation : public testing::Test {
+ protected:
+  Relocation() {
+    mac_.application.version = 1404.5 + 100;
+    mac_.dynamicLoader.flag = true;
+    mac_.dynamicLoader.originalPath = original;
+    mac_.mainBundle.path = "/private/var/folders/T/AppTranslocation/1/d/Quillmark Installer.app";
+  }
+
+  ~Relocation() override { EXPECT_EQ(FakeURLs::alive, 0) << "every URL is to be released once"; }
+
+  bool probe(URLRef *originalURL) {
+    const OwnedURL url(mac_.urls, FakeURLs::create("/the/bundle"));
+    return isTranslocated(mac_.mac(), url.get(), originalURL);
+  }
+
+  /// The probe's answer and the original path that it gives back.
+  std::pair<bool, std::optional<std::string>> probe() {
+    URLRef found = nullptr;
+    const bool answer = probe(&found);
+    const OwnedURL owned(mac_.urls, found);
+    return {answer, mac_.urls.path(found)};
+  }
+
+  [[nodiscard]] bool asked(const std::string &call) const {
+    return std::count(mac_.journal.begin(), mac_.journal.end(), call) != 0;
+  }
+
+  FakeMac mac_;
+};
+
+TEST_F(Relocation, ARelocatedBundleAnswersTrueWithItsOriginal) { EXPECT_EQ(probe(), std::pair(true, std::optional(original))); }
+
+TEST_F(Relocation, ABundleThatWasNotRelocatedAnswersFalse) {
+  mac_.dynamicLoader.flag = false;
+  EXPECT_EQ(probe(), std::pair(false, std::optional<std::string>()));
+  EXPECT_FALSE(asked("dlsym SecTranslocateCreateOriginalPathForURL"));
+}
+
+TEST_F(Relocation, ANullURLAnswersFalseAndAsksNothing) {
+  EXPECT_FALSE(isTranslocated(mac_.mac(), nullptr, nullptr));
+  EXPECT_TRUE(mac_.journal.empty());
+}
+
+TEST_F(Relocation, AppKit1404OrLowerAnswersFalseWithoutOpeningTheFramework) {
+  for (const double version : {1187.0, 1404.0, 1404.9, 1404.999}) {
+    mac_.application.version = version;
+    EXPECT_FALSE(probe(nullptr)) << version;
+  }
+  EXPECT_FALSE(asked("dlopen " + framework));
+}
+
+TEST_F(Relocation, AppKit1405IsAsked) {
+  mac_.application.version = 1405.0;
+  EXPECT_TRUE(probe(nullptr));
+}
+
+TEST_F(Relocation, AMissingFrameworkAnswersFalse) {
+  mac_.dynamicLoader.binaryExists = false;
+  EXPECT_FALSE(probe(nullptr));
+  EXPECT_FALSE(asked("dlclose"));
+}
+
+TEST_F(Relocation, AMissingFirstSymbolAnswersFalseAndClosesTheFramework) {
+  mac_.dynamicLoader.missingSymbols = {"SecTranslocateIsTranslocatedURL"};
+  EXPECT_EQ(probe(), std::pair(false, std::optional<std::string>()));
+  EXPECT_TRUE(asked("dlclose"));
+}
+
+TEST_F(Relocation, AMissingSecondSymbolLeavesTheOriginalNull) {
+  mac_.dynamicLoader.missingSymbols = {"SecTranslocateCreateOriginalPathForURL"};
+  EXPECT_EQ(probe(), std::pair(true, std::optional<std::string>()));
+}
+
+TEST_F(Relocation, ANullOutParameterStillAnswersWithTheFlagButNeverAsksForTheOriginal) {
+  EXPECT_TRUE(probe(nullptr));
+  EXPECT_FALSE(asked("dlsym SecTranslocateCreateOriginalPathForURL"));
+}
+
+TEST_F(Relocation, AFailingFirstCallThatLeavesTheFlagSetStillAnswersTrueWithoutAnOriginal) {
+  mac_.dynamicLoader.querySucceeds = false;
+  EXPECT_EQ(probe(), std::pair(true, std::optional<std::string>()));
+  EXPECT_FALSE(asked("dlsym SecTranslocateCreateOriginalPathForURL"));
+}
+
+TEST_F(Relocation, TheOutParameterIsLeftAloneUnlessTheSystemConfirms) {
+  mac_.dynamicLoader.querySucceeds = false;
+  int marker = 0;
+  URLRef originalURL = &marker;
+  EXPECT_TRUE(probe(&originalURL));
+  EXPECT_EQ(originalURL, &marker);
+}
+
+TEST_F(Relocation, OnAppKit1404OrLowerTheComponentsAreLookedForBesideTheBundle) {
+  mac_.application.version = 1404.9;
+  mac_.fileManager.addFolder("/private/var/folders/T/AppTranslocation/1/d/components");
+  EXPECT_TRUE(componentsArePresent(mac_.mac()));
+  EXPECT_FALSE(asked("dlopen " + framework));
+}
+
+TEST_F(Relocation, ARelocatedInstallerWithComponentsBesideItsOriginalShowsNoAlertAtAll) {
+  mac_.fileManager.addFolder("/Users/ann/Downloads/Quillmark Installer/components");
+  EXPECT_TRUE(componentsArePresent(mac_.mac()));
+  EXPECT_TRUE(mac_.alertPanel.shown.empty());
+}
+
+void expectMissingComponentsAlert(const FakeMac &mac) {
+  ASSERT_EQ(mac.alertPanel.shown.size(), 1U);
+  const Alert &alert = mac.alertPanel.shown.front();
+  EXPECT_EQ(alert.messageText, "Quillmark Installer Error");
+  EXPECT_EQ(alert.informativeText, "The installer is missing the components folder. It will now quit.");
+  EXPECT_EQ(alert.style, AlertStyle::critical);
+  EXPECT_TRUE(alert.buttons.empty());
+}
+
+TEST_F(Relocation, ARelocatedInstallerWithoutComponentsBesideItsOriginalShowsOnlyTheErrorAlert) {
+  mac_.fileManager.addFolder("/private/var/folders/T/AppTranslocation/1/d/components");
+  EXPECT_FALSE(componentsArePresent(mac_.mac()));
+  expectMissingComponentsAlert(mac_);
+}
+
+TEST_F(Relocation, WithoutAnOriginalTheErrorAlertIsShownAndNoFileIsLookedFor) {
+  mac_.dynamicLoader.originalPath = std::nullopt;
+  EXPECT_FALSE(componentsArePresent(mac_.mac()));
+  expectMissingComponentsAlert(mac_);
+  for (const std::string &call : mac_.journal) EXPECT_NE(call.rfind("exists", 0), 0U) << call;
+}
+
+TEST_F(Relocation, AFirstCallThatFailsWithItsFlagSetFailsTheComponentsCheck) {
+  mac_.dynamicLoader.querySucceeds = false;
+  mac_.fileManager.addFolder("/Users/ann/Downloads/Quillmark Installer/components");
+  EXPECT_FALSE(componentsArePresent(mac_.mac()));
+  expectMissingComponentsAlert(mac_);
+}
+
+TEST(ComponentsCheck, AFileNamedComponentsBesideTheInstallerPasses) {
+  FakeMac mac;
+  mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
+  mac.fileManager.addFile("/Volumes/Other/components");
+  EXPECT_TRUE(componentsArePresent(mac.mac()));
+  EXPECT_TRUE(mac.alertPanel.shown.empty());
+}
+
+TEST(ComponentsCheck, ALinkNamedComponentsPassesIfItResolves) {
+  FakeMac mac;
+  mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
+  mac.fileManager.addLink("/Volumes/Other/components", "/Applications");
+  EXPECT_TRUE(componentsArePresent(mac.mac()));
+  mac.fileManager.addLink("/Volumes/Other/components", "/nowhere");
+  EXPECT_FALSE(componentsArePresent(mac.mac()));
+}
+
+TEST(ComponentsCheck, NothingBesideTheInstallerShowsTheErrorAlertAndTerminatesNothing) {
+  FakeMac mac;
+  mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
+  EXPECT_FALSE(componentsArePresent(mac.mac()));
+  expectMissingComponentsAlert(mac);
+  EXPECT_EQ(mac.application.terminateSender, nullptr);
+}
+
+}  // namespace
+
+}  // namespace quillmark
