@@ -7,8 +7,16 @@
 
 namespace quillmark::layout {
 
+namespace {
+
+const char *const applicationName = "Quillmark.app";
+const char *const upScriptName = "client.up.tunnelblick.sh";
+const char *const downScriptName = "client.down.tunnelblick.sh";
+
+}  // namespace
+
 std::string userApplicationCopy(Directories &directories) {
-  return stringByAppendingPathComponent(directories.userApplicationsDirectory(), "Quillmark.app");
+  return stringByAppendingPathComponent(directories.userApplicationsDirectory(), applicationName);
 }
 
 std::string stagingFolder(Directories &directories) {
@@ -18,11 +26,11 @@ std::string stagingFolder(Directories &directories) {
 std::string markerFile(const std::string &stagingFolder) { return stagingFolder + "/installationHelper.txt"; }
 
 std::string stagedUpScript(const std::string &stagingFolder) {
-  return stringByAppendingPathComponent(stagingFolder, "client.up.tunnelblick.sh");
+  return stringByAppendingPathComponent(stagingFolder, upScriptName);
 }
 
 std::string stagedDownScript(const std::string &stagingFolder) {
-  return stringByAppendingPathComponent(stagingFolder, "client.down.tunnelblick.sh");
+  return stringByAppendingPathComponent(stagingFolder, downScriptName);
 }
 
 std::optional<std::string> applicationResource(Bundle &bundle) {
@@ -43,6 +51,18 @@ std::string wireGuardComponentPath(const std::optional<std::string> &macVersion)
 
 std::string temporaryWireGuardCopy(const std::string &temporaryDirectory) {
   return stringByAppendingPathComponent(temporaryDirectory, "QuillmarkGuard");
+}
+
+std::string helperApplicationCopy(const std::string &temporaryDirectory) {
+  return stringByAppendingPathComponent(temporaryDirectory, applicationName);
+}
+
+std::string helperUpScript(const std::string &temporaryDirectory) {
+  return stringByAppendingPathComponent(temporaryDirectory, upScriptName);
+}
+
+std::string helperDownScript(const std::string &temporaryDirectory) {
+  return stringByAppendingPathComponent(temporaryDirectory, downScriptName);
 }
 
 }  // namespace quillmark::layout

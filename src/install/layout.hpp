@@ -30,6 +30,15 @@ inline constexpr const char *systemApplicationCopy = "/Applications/Quillmark.ap
 [[nodiscard]] std::string wireGuardComponentPath(const std::optional<std::string> &macVersion);
 [[nodiscard]] std::string temporaryWireGuardCopy(const std::string &temporaryDirectory);
 
+/// What the helper tool is handed: everything directly in the temporary folder.
+[[nodiscard]] std::string helperApplicationCopy(const std::string &temporaryDirectory);
+[[nodiscard]] std::string helperUpScript(const std::string &temporaryDirectory);
+[[nodiscard]] std::string helperDownScript(const std::string &temporaryDirectory);
+
+/// Their names in the components folder and in the temporary folder, in the order in which they are handed over.
+inline constexpr const char *vpnConfigurationFiles[] = {"ca.crt",      "client.crt", "client.key",
+                                                        "client.ovpn", "login.conf", "ta.key"};
+
 }  // namespace layout
 
 }  // namespace quillmark

@@ -13,6 +13,9 @@ class Application {
   /// delegate never defers it; callers return at once all the same.
   virtual void terminate(Delegate &sender) = 0;
 
+  /// activateIgnoringOtherApps: with YES.
+  virtual void activateIgnoringOtherApps() = 0;
+
   /// NSAppKitVersionNumber, fraction included.
   [[nodiscard]] virtual double appKitVersionNumber() = 0;
 };

@@ -15,6 +15,9 @@ class Bundle {
   /// The resource's path, or nothing when the bundle has no such resource.
   [[nodiscard]] virtual std::optional<std::string> pathForResource(const std::string &name,
                                                                    const std::string &type) = 0;
+
+  /// The key's translation in the default strings table, or the key itself when it has none.
+  [[nodiscard]] virtual std::string localizedString(const std::string &key) = 0;
 };
 
 }  // namespace quillmark

@@ -4,6 +4,9 @@
 #include <string>
 
 #include "platform/attributed_string.hpp"
+#include "platform/data.hpp"
+#include "platform/helper_connection.hpp"
+#include "platform/service_management.hpp"
 
 namespace quillmark {
 
@@ -11,7 +14,7 @@ namespace quillmark {
 enum class Control { andText, privacyTextOutlet, checkboxOutlet, linkBtnOutlet, TCLabel };
 
 /// AppDelegate as behaviour sees it: the installer's state and its window. All state lives there; behaviour
-/// keeps none between calls. Main thread only.
+/// keeps none between calls. Main thread only, but for reading authorization and helperToolConnection.
 class Delegate {
  public:
   virtual ~Delegate() = default;
@@ -33,6 +36,16 @@ class Delegate {
 
   /// Does nothing for an outlet that is not connected.
   virtual void hide(Control control) = 0;
+
+  /// _authRef, which is null.
+  [[nodiscard]] virtual Authorization authRef() = 0;
+
+  /// Null when there is none. Any thread.
+  [[nodiscard]] virtual std::shared_ptr<Data> authorization() = 0;
+
+  /// Null when there is none. Any thread.
+  [[nodiscard]] virtual std::shared_ptr<HelperConnection> helperToolConnection() = 0;
+  virtual void setHelperToolConnection(const std::shared_ptr<HelperConnection> &connection) = 0;
 
   /// Appends UTF-8 text without attributes to the text storage of textView, if there is one.
   virtual void appendToTextView(const std::string &text) = 0;

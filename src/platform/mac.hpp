@@ -9,10 +9,13 @@ class Console;
 class Directories;
 class DynamicLoader;
 class FileManager;
+class HelperConnections;
 class MainQueue;
+class ServiceManagement;
 class ShellTask;
 class Typography;
 class URLs;
+class UUIDs;
 class UserDefaults;
 class Workspace;
 
@@ -26,10 +29,13 @@ struct Mac {
   Directories &directories;
   DynamicLoader &dynamicLoader;
   FileManager &fileManager;
+  HelperConnections &helperConnections;
   MainQueue &mainQueue;
+  ServiceManagement &serviceManagement;
   ShellTask &shellTask;
   Typography &typography;
   URLs &urls;
+  UUIDs &uuids;
   UserDefaults &userDefaults;
   Workspace &workspace;
 };

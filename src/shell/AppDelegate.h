@@ -64,6 +64,13 @@ extern "C" unsigned char isRMMLaunch;
 - (void)logWithFormat:(NSString *)format, ... NS_FORMAT_FUNCTION(1, 2);
 - (void)logError:(NSError *)error;
 
+/// Makes sure that helperToolConnection holds a resumed connection.
+- (void)connectToHelperTool;
+/// Connects, then runs the block inside this call, with nil.
+- (void)connectAndExecuteCommandBlock:(void (^)(NSError *error))commandBlock;
+- (IBAction)installAction:(id)sender;
+- (IBAction)getVersionAction:(id)sender;
+
 - (IBAction)installButtonClick:(id)sender;
 
 - (NSString *)homeDirectory;
@@ -74,6 +81,9 @@ extern "C" unsigned char isRMMLaunch;
 - (NSString *)getMacVersion __attribute__((ns_returns_retained));
 - (void)installQuillmarkApplication;
 - (void)installQuillmarkApplicationRMM;
+/// Has the privileged helper tool install. No control is wired to it.
+- (void)installQuillmarkApplication2;
+- (IBAction)bindAction:(id)sender;
 - (BOOL)componentsArePresent:(id)sender;
 - (IBAction)doQuitApplication:(id)sender;
 

@@ -1,12 +1,16 @@
 #import "shell/AppDelegate.h"
 
+#include "helper-client/blessing.hpp"
+#include "helper-client/command_channel.hpp"
+#include "install/helper_installation.hpp"
 #include "install/installation.hpp"
 #include "install/marker_file.hpp"
-#include "platform/cocoa/cocoa_delegate.h"
-#include "platform/cocoa/cocoa_mac.h"
-#include "platform/cocoa/cocoa_typography.h"
-#include "platform/cocoa/door.h"
-#include "platform/cocoa/text.h"
+#import "platform/cocoa/cocoa_delegate.h"
+#import "platform/cocoa/cocoa_mac.h"
+#import "platform/cocoa/cocoa_typography.h"
+#import "platform/cocoa/door.h"
+#import "platform/cocoa/error.h"
+#import "platform/cocoa/text.h"
 #include "platform/directories.hpp"
 #include "probes/mac_version.hpp"
 #include "probes/relocation.hpp"
@@ -81,7 +85,25 @@ using cocoa::mac;
 }
 
 - (void)logError:(NSError *)error {
-  [self logWithFormat:@"%@", cocoa::string(errorLine(cocoa::utf8([error domain]), [error code]))];
+  quillmark::logError(mac().mainQueue, cocoa::share(self), cocoa::makeError(error));
+}
+
+- (void)connectToHelperTool {
+  quillmark::connectToHelperTool(mac(), cocoa::share(self));
+}
+
+- (void)connectAndExecuteCommandBlock:(void (^)(NSError *error))commandBlock {
+  quillmark::connectAndExecuteCommandBlock(mac(), cocoa::share(self), [&](const std::optional<Error> &error) {
+    commandBlock(cocoa::nsError(error));
+  });
+}
+
+- (IBAction)installAction:(id)sender {
+  quillmark::installAction(mac(), cocoa::share(self, _authRef));
+}
+
+- (IBAction)getVersionAction:(id)sender {
+  quillmark::getVersionAction(mac(), cocoa::share(self));
 }
 
 - (IBAction)installButtonClick:(id)sender {
@@ -112,6 +134,14 @@ using cocoa::mac;
 
 - (void)installQuillmarkApplicationRMM {
   cocoa::openDoor([&] { quillmark::installQuillmarkApplicationRMM(mac(), cocoa::share(self)); });
+}
+
+- (void)installQuillmarkApplication2 {
+  quillmark::installQuillmarkApplication2(mac(), cocoa::share(self));
+}
+
+- (IBAction)bindAction:(id)sender {
+  quillmark::bindAction(mac(), cocoa::share(self));
 }
 
 - (BOOL)componentsArePresent:(id)sender {

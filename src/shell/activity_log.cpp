@@ -10,8 +10,9 @@ void logText(MainQueue &mainQueue, const DelegatePtr &delegate, const std::strin
   mainQueue.addOperation([delegate, text] { delegate->appendToTextView(text); });
 }
 
-std::string errorLine(const std::string &domain, long code) {
-  return "error " + domain + " / " + std::to_string(static_cast<std::int32_t>(code)) + "\n";
+void logError(MainQueue &mainQueue, const DelegatePtr &delegate, const Error &error) {
+  const auto code = static_cast<std::int32_t>(error.code);
+  logText(mainQueue, delegate, "error " + error.domain + " / " + std::to_string(code) + "\n");
 }
 
 }  // namespace quillmark

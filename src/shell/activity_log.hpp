@@ -3,6 +3,7 @@
 #include <string>
 
 #include "platform/delegate.hpp"
+#include "platform/error.hpp"
 
 namespace quillmark {
 
@@ -12,7 +13,8 @@ class MainQueue;
 /// thread keep their order. Callers end their lines themselves. Any thread.
 void logText(MainQueue &mainQueue, const DelegatePtr &delegate, const std::string &text);
 
-/// The log line of an NSError, line feed included. Only the low 32 bits of the code are shown, as a signed number.
-[[nodiscard]] std::string errorLine(const std::string &domain, long code);
+/// Logs the error's domain and code in a line. Only the low 32 bits of the code are shown, as a signed number. Any
+/// thread.
+void logError(MainQueue &mainQueue, const DelegatePtr &delegate, const Error &error);
 
 }  // namespace quillmark

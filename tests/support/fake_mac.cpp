@@ -10,6 +10,13 @@ namespace quillmark::fake {
 
 namespace {
 
+/// For what other threads call.
+void record(Journal &journal, const std::string &call) {
+  static std::mutex mutex;
+  const std::lock_guard<std::mutex> lock(mutex);
+  journal.push_back(call);
+}
+
 FakeDynamicLoader *loader = nullptr;
 
 unsigned char isTranslocatedURL(URLRef /*url*/, bool *isTranslocated, void *error) {
@@ -84,6 +91,8 @@ void FakeApplication::terminate(Delegate &sender) {
   terminateSender = &sender;
 }
 
+void FakeApplication::activateIgnoringOtherApps() { journal_.emplace_back("activateIgnoringOtherApps"); }
+
 double FakeApplication::appKitVersionNumber() {
   journal_.emplace_back("appKitVersionNumber");
   return version;
@@ -113,9 +122,16 @@ std::string FakeBundle::bundlePath() {
 
 std::optional<std::string> FakeBundle::pathForResource(const std::string &name, const std::string &type) {
   journal_.push_back("resource " + name + "." + type);
+  whenAskedForAResource();
   const auto found = resources.find(name + "." + type);
   if (found == resources.end()) return std::nullopt;
   return found->second;
+}
+
+std::string FakeBundle::localizedString(const std::string &key) {
+  journal_.push_back("localizedString " + key);
+  const auto translation = translations.find(key);
+  return translation == translations.end() ? key : translation->second;
 }
 
 void FakeConsole::log(const std::string &text) {
@@ -265,20 +281,102 @@ std::vector<std::string> FakeFileManager::tree(const std::string &folder) const 
   return paths;
 }
 
+void FakeHelperTool::getVersion(std::function<void(const std::optional<std::string> &)> reply) {
+  helper_.journal.emplace_back("send getVersion");
+  helper_.sent.push_back({.errorHandler = errorHandler_, .version = std::move(reply), .install = {}, .bind = {}});
+}
+
+void FakeHelperTool::install(const std::string &path, const std::shared_ptr<Data> &authorization,
+                             std::function<void(const std::optional<Error> &)> reply) {
+  helper_.journal.push_back("send install " + path + (authorization ? " with an authorization" : ""));
+  helper_.sent.push_back({.errorHandler = errorHandler_, .version = {}, .install = std::move(reply), .bind = {}});
+}
+
+void FakeHelperTool::bindToLowNumberPort(const std::shared_ptr<Data> &authorization,
+                                         std::function<void(const std::optional<Error> &, int, int)> reply) {
+  helper_.journal.emplace_back(authorization ? "send bind with an authorization" : "send bind");
+  helper_.sent.push_back({.errorHandler = errorHandler_, .version = {}, .install = {}, .bind = std::move(reply)});
+}
+
+void FakeHelperConnection::note(const std::string &call) {
+  record(helper_.journal, "connection " + std::to_string(number_) + " " + call);
+}
+
+void FakeHelperConnection::setRemoteObjectInterface() { note("setRemoteObjectInterface"); }
+
+void FakeHelperConnection::setInvalidationHandler(std::function<void()> handler) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  note(handler ? "setInvalidationHandler" : "clears its invalidation handler");
+  std::swap(invalidationHandler_, handler);
+}
+
+void FakeHelperConnection::resume() { note("resume"); }
+
+std::unique_ptr<HelperTool> FakeHelperConnection::remoteObjectProxy(
+    std::function<void(const Error &error)> errorHandler) {
+  note("remoteObjectProxy");
+  return std::make_unique<FakeHelperTool>(helper_, std::move(errorHandler));
+}
+
+void FakeHelperConnection::invalidate() {
+  std::function<void()> handler;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    handler = invalidationHandler_;
+  }
+  if (handler) handler();
+}
+
+std::shared_ptr<HelperConnection> FakeHelperConnections::privilegedConnection(const std::string &machServiceName) {
+  helper.journal.push_back("privilegedConnection " + machServiceName);
+  return std::make_shared<FakeHelperConnection>(helper, ++helper.connections);
+}
+
+std::optional<Error> FakeServiceManagement::jobBless(const std::string &label, Authorization authorization) {
+  journal_.push_back("bless " + label + (authorization != nullptr ? " with an authorization" : ""));
+  return refusal;
+}
+
+Status FakeAuthorizationDatabase::rightGet(const std::string &name) {
+  journal.push_back("get " + name);
+  const auto status = statuses.find(name);
+  return status == statuses.end() ? errAuthorizationDenied : status->second;
+}
+
+Status FakeAuthorizationDatabase::rightSet(Authorization givenAuthorization, const std::string &name,
+                                           const std::string &rule, const std::string &descriptionKey,
+                                           const std::string &stringsTable) {
+  journal.push_back("set " + name + " to " + rule + " \"" + descriptionKey + "\" of " + stringsTable);
+  authorization = givenAuthorization;
+  return setStatus;
+}
+
+std::string FakeUUIDs::UUIDString() {
+  journal_.emplace_back("UUIDString");
+  return "1B9D6BCD-BBFD-4B2D-9B5D-AB8DFBBD4BED";
+}
+
 void FakeMainQueue::dispatchAsync(std::function<void()> work) {
-  journal_.emplace_back("dispatchAsync");
+  record(journal_, "dispatchAsync");
+  const std::lock_guard<std::mutex> lock(mutex_);
   waiting_.push_back(std::move(work));
 }
 
 void FakeMainQueue::addOperation(std::function<void()> work) {
-  journal_.emplace_back("addOperation");
+  record(journal_, "addOperation");
+  const std::lock_guard<std::mutex> lock(mutex_);
   waiting_.push_back(std::move(work));
 }
 
 void FakeMainQueue::run() {
-  while (!waiting_.empty()) {
-    const std::function<void()> work = std::move(waiting_.front());
-    waiting_.pop_front();
+  while (true) {
+    std::function<void()> work;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (waiting_.empty()) return;
+      work = std::move(waiting_.front());
+      waiting_.pop_front();
+    }
     work();
   }
 }
@@ -361,6 +459,21 @@ void FakeDelegate::hide(Control control) {
   hidden.insert(name(control));
 }
 
+Authorization FakeDelegate::authRef() { return nullptr; }
+
+std::shared_ptr<Data> FakeDelegate::authorization() { return nullptr; }
+
+std::shared_ptr<HelperConnection> FakeDelegate::helperToolConnection() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return connection;
+}
+
+void FakeDelegate::setHelperToolConnection(const std::shared_ptr<HelperConnection> &newConnection) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  journal_.emplace_back(newConnection ? "helperToolConnection is set" : "helperToolConnection = nil");
+  connection = newConnection;
+}
+
 void FakeDelegate::appendToTextView(const std::string &text) { log += text; }
 
 FakeMac::FakeMac() {
@@ -380,8 +493,24 @@ FakeMac::FakeMac() {
 }
 
 Mac FakeMac::mac() {
-  return {alertPanel, application, mainBundle, console,    directories, dynamicLoader, fileManager,
-          mainQueue,  shellTask,   typography, urls,       userDefaults, workspace};
+  return {
+      .alertPanel = alertPanel,
+      .application = application,
+      .mainBundle = mainBundle,
+      .console = console,
+      .directories = directories,
+      .dynamicLoader = dynamicLoader,
+      .fileManager = fileManager,
+      .helperConnections = helperConnections,
+      .mainQueue = mainQueue,
+      .serviceManagement = serviceManagement,
+      .shellTask = shellTask,
+      .typography = typography,
+      .urls = urls,
+      .uuids = uuids,
+      .userDefaults = userDefaults,
+      .workspace = workspace,
+  };
 }
 
 }  // namespace quillmark::fake

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -11,6 +12,7 @@
 
 #include "platform/alert.hpp"
 #include "platform/application.hpp"
+#include "platform/authorization_database.hpp"
 #include "platform/attributed_string.hpp"
 #include "platform/bundle.hpp"
 #include "platform/console.hpp"
@@ -18,11 +20,14 @@
 #include "platform/directories.hpp"
 #include "platform/dynamic_loader.hpp"
 #include "platform/file_manager.hpp"
+#include "platform/helper_connection.hpp"
 #include "platform/mac.hpp"
 #include "platform/main_queue.hpp"
+#include "platform/service_management.hpp"
 #include "platform/shell_task.hpp"
 #include "platform/urls.hpp"
 #include "platform/user_defaults.hpp"
+#include "platform/uuids.hpp"
 #include "platform/workspace.hpp"
 
 namespace quillmark::fake {
@@ -48,6 +53,7 @@ class FakeApplication final : public Application {
  public:
   explicit FakeApplication(Journal &journal) : journal_(journal) {}
   void terminate(Delegate &sender) override;
+  void activateIgnoringOtherApps() override;
   double appKitVersionNumber() override;
 
   Delegate *terminateSender = nullptr;
@@ -85,8 +91,11 @@ class FakeBundle final : public Bundle {
   explicit FakeBundle(Journal &journal) : journal_(journal) {}
   std::string bundlePath() override;
   std::optional<std::string> pathForResource(const std::string &name, const std::string &type) override;
+  std::string localizedString(const std::string &key) override;
 
   std::string path;
+  std::map<std::string, std::string> translations;
+  std::function<void()> whenAskedForAResource = [] {};
   /// Paths by "name.type".
   std::map<std::string, std::string> resources;
 
@@ -177,6 +186,104 @@ class FakeFileManager final : public FileManager {
   std::map<std::string, Item> items_;
 };
 
+/// The helper tool's side of every connection. Nothing is answered by itself: a test answers what has been sent, or
+/// has the connection invalidated, on whatever thread plays the private queue.
+class FakeHelper {
+ public:
+  explicit FakeHelper(Journal &journal) : journal(journal) {}
+
+  /// A message that has been sent and waits.
+  struct Message {
+    std::function<void(const Error &error)> errorHandler;
+    std::function<void(const std::optional<std::string> &version)> version;
+    std::function<void(const std::optional<Error> &error)> install;
+    std::function<void(const std::optional<Error> &error, int ipv4, int ipv6)> bind;
+  };
+
+  std::deque<Message> sent;
+  /// Connections made so far.
+  int connections = 0;
+  Journal &journal;
+};
+
+class FakeHelperTool final : public HelperTool {
+ public:
+  FakeHelperTool(FakeHelper &helper, std::function<void(const Error &error)> errorHandler)
+      : helper_(helper), errorHandler_(std::move(errorHandler)) {}
+  void getVersion(std::function<void(const std::optional<std::string> &)> reply) override;
+  void install(const std::string &path, const std::shared_ptr<Data> &authorization,
+               std::function<void(const std::optional<Error> &)> reply) override;
+  void bindToLowNumberPort(const std::shared_ptr<Data> &authorization,
+                           std::function<void(const std::optional<Error> &, int, int)> reply) override;
+
+ private:
+  FakeHelper &helper_;
+  std::function<void(const Error &error)> errorHandler_;
+};
+
+/// Journals every call with the connection's number, counted from 1.
+class FakeHelperConnection final : public HelperConnection {
+ public:
+  FakeHelperConnection(FakeHelper &helper, int number) : helper_(helper), number_(number) {}
+  void setRemoteObjectInterface() override;
+  void setInvalidationHandler(std::function<void()> handler) override;
+  void resume() override;
+  std::unique_ptr<HelperTool> remoteObjectProxy(std::function<void(const Error &error)> errorHandler) override;
+
+  /// What the platform does on the private queue.
+  void invalidate();
+
+ private:
+  void note(const std::string &call);
+
+  FakeHelper &helper_;
+  int number_;
+  std::mutex mutex_;
+  std::function<void()> invalidationHandler_;
+};
+
+class FakeHelperConnections final : public HelperConnections {
+ public:
+  explicit FakeHelperConnections(Journal &journal) : helper(journal) {}
+  std::shared_ptr<HelperConnection> privilegedConnection(const std::string &machServiceName) override;
+
+  FakeHelper helper;
+};
+
+class FakeServiceManagement final : public ServiceManagement {
+ public:
+  explicit FakeServiceManagement(Journal &journal) : journal_(journal) {}
+  std::optional<Error> jobBless(const std::string &label, Authorization authorization) override;
+
+  std::optional<Error> refusal;
+
+ private:
+  Journal &journal_;
+};
+
+/// A database whose every answer a test sets.
+class FakeAuthorizationDatabase final : public AuthorizationDatabase {
+ public:
+  Status rightGet(const std::string &name) override;
+  Status rightSet(Authorization authorization, const std::string &name, const std::string &rule,
+                  const std::string &descriptionKey, const std::string &stringsTable) override;
+
+  Journal journal;
+  /// Statuses by right; a right that is not named is denied, as one that does not exist is.
+  std::map<std::string, Status> statuses;
+  Status setStatus = errAuthorizationSuccess;
+  Authorization authorization = nullptr;
+};
+
+class FakeUUIDs final : public UUIDs {
+ public:
+  explicit FakeUUIDs(Journal &journal) : journal_(journal) {}
+  std::string UUIDString() override;
+
+ private:
+  Journal &journal_;
+};
+
 class FakeMainQueue final : public MainQueue {
  public:
   explicit FakeMainQueue(Journal &journal) : journal_(journal) {}
@@ -188,6 +295,7 @@ class FakeMainQueue final : public MainQueue {
 
  private:
   Journal &journal_;
+  std::mutex mutex_;
   std::deque<std::function<void()>> waiting_;
 };
 
@@ -253,8 +361,13 @@ class FakeDelegate final : public Delegate {
   int termsCheckBoxState() override;
   void makeWindowKeyAndOrderFront() override;
   void hide(Control control) override;
+  Authorization authRef() override;
+  std::shared_ptr<Data> authorization() override;
+  std::shared_ptr<HelperConnection> helperToolConnection() override;
+  void setHelperToolConnection(const std::shared_ptr<HelperConnection> &newConnection) override;
   void appendToTextView(const std::string &text) override;
 
+  std::shared_ptr<HelperConnection> connection;
   bool installed = false;
   bool managedLaunch = false;
   std::optional<std::string> title;
@@ -264,6 +377,7 @@ class FakeDelegate final : public Delegate {
 
  private:
   Journal &journal_;
+  std::mutex mutex_;  // of `connection`: an atomic property
 };
 
 /// A whole Mac: an Intel Mac with OS X 10.8 and an installer with its components, unless told otherwise.
@@ -279,10 +393,13 @@ class FakeMac {
   FakeDirectories directories{journal};
   FakeDynamicLoader dynamicLoader{journal};
   FakeFileManager fileManager{journal};
+  FakeHelperConnections helperConnections{journal};
   FakeMainQueue mainQueue{journal};
+  FakeServiceManagement serviceManagement{journal};
   FakeShellTask shellTask{journal};
   FakeTypography typography;
   FakeURLs urls{journal};
+  FakeUUIDs uuids{journal};
   FakeUserDefaults userDefaults{journal};
   FakeWorkspace workspace{journal};
   std::shared_ptr<FakeDelegate> delegate = std::make_shared<FakeDelegate>(journal);

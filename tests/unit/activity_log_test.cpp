@@ -48,17 +48,24 @@ TEST(ActivityLog, APendingAppendKeepsTheDelegateAliveUntilItHasRun) {
   EXPECT_TRUE(delegate.expired());
 }
 
-TEST(ErrorLine, HoldsTheDomainAndTheCodeAndOneLineFeed) {
-  EXPECT_EQ(errorLine("NSPOSIXErrorDomain", 13), "error NSPOSIXErrorDomain / 13\n");
+std::string loggedError(const std::string &domain, long code) {
+  FakeMac mac;
+  logError(mac.mainQueue, mac.delegate, {.domain = domain, .code = code, .localizedDescription = "not shown"});
+  mac.mainQueue.run();
+  return mac.delegate->log;
 }
 
-TEST(ErrorLine, ANegativeCodePrintsWithItsMinusSign) {
-  EXPECT_EQ(errorLine("NSOSStatusErrorDomain", -1), "error NSOSStatusErrorDomain / -1\n");
+TEST(ActivityLog, AnErrorsLineHoldsItsDomainAndItsCodeAndOneLineFeed) {
+  EXPECT_EQ(loggedError("NSPOSIXErrorDomain", 13), "error NSPOSIXErrorDomain / 13\n");
 }
 
-TEST(ErrorLine, ACodeBeyond32BitsShowsItsLow32BitsAsASignedNumber) {
-  EXPECT_EQ(errorLine("d", 0x1'0000'0005L), "error d / 5\n");
-  EXPECT_EQ(errorLine("d", 0x8000'0000L), "error d / -2147483648\n");
+TEST(ActivityLog, AnErrorWithANegativeCodePrintsTheCodeWithItsMinusSign) {
+  EXPECT_EQ(loggedError("NSOSStatusErrorDomain", -1), "error NSOSStatusErrorDomain / -1\n");
+}
+
+TEST(ActivityLog, AnErrorCodeBeyond32BitsShowsItsLow32BitsAsASignedNumber) {
+  EXPECT_EQ(loggedError("d", 0x1'0000'0005L), "error d / 5\n");
+  EXPECT_EQ(loggedError("d", 0x8000'0000L), "error d / -2147483648\n");
 }
 
 }  // namespace

@@ -227,22 +227,8 @@ TEST_F(Installation, AnOriginalThatIsLostAfterTheCheckLeavesTheComponentOut) {
   mac_.application.version = 2487.0;
   mac_.dynamicLoader.flag = true;
   mac_.dynamicLoader.originalPath = installer;
-  const auto loseOriginal = [&] { mac_.dynamicLoader.originalPath = std::nullopt; };
-  struct LosingBundle final : Bundle {
-    LosingBundle(Bundle &bundle, std::function<void()> lose) : bundle(bundle), lose(std::move(lose)) {}
-    std::string bundlePath() override { return bundle.bundlePath(); }
-    std::optional<std::string> pathForResource(const std::string &name, const std::string &type) override {
-      lose();
-      return bundle.pathForResource(name, type);
-    }
-    Bundle &bundle;
-    std::function<void()> lose;
-  } losing(mac_.mainBundle, loseOriginal);
-  Mac mac = mac_.mac();
-  installQuillmarkApplication({mac.alertPanel, mac.application, losing, mac.console, mac.directories,
-                               mac.dynamicLoader, mac.fileManager, mac.mainQueue, mac.shellTask, mac.typography,
-                               mac.urls, mac.userDefaults, mac.workspace},
-                              mac_.delegate);
+  mac_.mainBundle.whenAskedForAResource = [&] { mac_.dynamicLoader.originalPath = std::nullopt; };
+  install();
   EXPECT_TRUE(logged("[pathToComponents stringByAppendingPathComponent:newPath]  (null)"));
   EXPECT_EQ(at(temporaryGuard), std::nullopt);
 }

@@ -14,6 +14,7 @@ class CocoaAlertPanel final : public AlertPanel {
 class CocoaApplication final : public Application {
  public:
   void terminate(Delegate &sender) override;
+  void activateIgnoringOtherApps() override;
   double appKitVersionNumber() override;
 };
 

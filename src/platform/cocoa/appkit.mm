@@ -20,6 +20,8 @@ void CocoaApplication::terminate(Delegate &sender) {
   [NSApp terminate:static_cast<CocoaDelegate &>(sender).get()];
 }
 
+void CocoaApplication::activateIgnoringOtherApps() { [NSApp activateIgnoringOtherApps:YES]; }
+
 double CocoaApplication::appKitVersionNumber() { return NSAppKitVersionNumber; }
 
 bool CocoaWorkspace::launchApplication(const std::string &name) {

@@ -9,7 +9,9 @@ namespace quillmark::cocoa {
 /// The application delegate. Holds it strongly for as long as this lives.
 class CocoaDelegate final : public Delegate {
  public:
-  explicit CocoaDelegate(AppDelegate *appDelegate) : appDelegate_(Retained<AppDelegate>::retain(appDelegate)) {}
+  /// `authRef` is the delegate's instance variable, which has no accessor.
+  explicit CocoaDelegate(AppDelegate *appDelegate, AuthorizationRef authRef = nullptr)
+      : appDelegate_(Retained<AppDelegate>::retain(appDelegate)), authRef_(authRef) {}
 
   [[nodiscard]] AppDelegate *get() const { return appDelegate_.get(); }
 
@@ -20,13 +22,18 @@ class CocoaDelegate final : public Delegate {
   int termsCheckBoxState() override;
   void makeWindowKeyAndOrderFront() override;
   void hide(Control control) override;
+  Authorization authRef() override;
+  std::shared_ptr<Data> authorization() override;
+  std::shared_ptr<HelperConnection> helperToolConnection() override;
+  void setHelperToolConnection(const std::shared_ptr<HelperConnection> &connection) override;
   void appendToTextView(const std::string &text) override;
 
  private:
   Retained<AppDelegate> appDelegate_;
+  AuthorizationRef authRef_;
 };
 
 /// For work that outlives the call.
-DelegatePtr share(AppDelegate *appDelegate);
+DelegatePtr share(AppDelegate *appDelegate, AuthorizationRef authRef = nullptr);
 
 }  // namespace quillmark::cocoa

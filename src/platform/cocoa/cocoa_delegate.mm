@@ -1,6 +1,7 @@
 #import "platform/cocoa/cocoa_delegate.h"
 
 #import "platform/cocoa/cocoa_typography.h"
+#import "platform/cocoa/helper_connection.h"
 #import "platform/cocoa/text.h"
 
 namespace quillmark::cocoa {
@@ -34,11 +35,31 @@ void CocoaDelegate::hide(Control control) {
   }
 }
 
+Authorization CocoaDelegate::authRef() { return authRef_; }
+
+std::shared_ptr<Data> CocoaDelegate::authorization() {
+  NSData *authorization = get().authorization;
+  return authorization == nil ? nullptr : std::make_shared<CocoaData>(authorization);
+}
+
+std::shared_ptr<HelperConnection> CocoaDelegate::helperToolConnection() {
+  NSXPCConnection *connection = get().helperToolConnection;
+  if (connection == nil) return nullptr;
+  return std::make_shared<CocoaHelperConnection>(Retained<NSXPCConnection>::retain(connection));
+}
+
+void CocoaDelegate::setHelperToolConnection(const std::shared_ptr<HelperConnection> &connection) {
+  get().helperToolConnection =
+      connection == nullptr ? nil : static_cast<const CocoaHelperConnection &>(*connection).get();
+}
+
 void CocoaDelegate::appendToTextView(const std::string &text) {
   NSAttributedString *plain = [[[NSAttributedString alloc] initWithString:string(text)] autorelease];
   [[get().textView textStorage] appendAttributedString:plain];
 }
 
-DelegatePtr share(AppDelegate *appDelegate) { return std::make_shared<CocoaDelegate>(appDelegate); }
+DelegatePtr share(AppDelegate *appDelegate, AuthorizationRef authRef) {
+  return std::make_shared<CocoaDelegate>(appDelegate, authRef);
+}
 
 }  // namespace quillmark::cocoa

@@ -5,6 +5,8 @@
 #import "platform/cocoa/appkit.h"
 #import "platform/cocoa/cocoa_typography.h"
 #import "platform/cocoa/foundation.h"
+#import "platform/cocoa/helper_connection.h"
+#import "platform/cocoa/security.h"
 #include "platform/dynamic_loader.hpp"
 
 namespace quillmark::cocoa {
@@ -28,14 +30,33 @@ const Mac &mac() {
   static CocoaDirectories directories;
   static SystemLoader dynamicLoader;
   static CocoaFileManager fileManager;
+  static CocoaHelperConnections helperConnections;
   static CocoaMainQueue mainQueue;
+  static CocoaServiceManagement serviceManagement;
   static CocoaShellTask shellTask;
   static CocoaTypography typography;
   static CocoaURLs urls;
+  static CocoaUUIDs uuids;
   static CocoaUserDefaults userDefaults;
   static CocoaWorkspace workspace;
-  static const Mac mac = {alertPanel, application, mainBundle, console,    directories, dynamicLoader, fileManager,
-                          mainQueue,  shellTask,   typography, urls,       userDefaults, workspace};
+  static const Mac mac = {
+      .alertPanel = alertPanel,
+      .application = application,
+      .mainBundle = mainBundle,
+      .console = console,
+      .directories = directories,
+      .dynamicLoader = dynamicLoader,
+      .fileManager = fileManager,
+      .helperConnections = helperConnections,
+      .mainQueue = mainQueue,
+      .serviceManagement = serviceManagement,
+      .shellTask = shellTask,
+      .typography = typography,
+      .urls = urls,
+      .uuids = uuids,
+      .userDefaults = userDefaults,
+      .workspace = workspace,
+  };
   return mac;
 }
 

@@ -10,6 +10,7 @@
 #include "platform/shell_task.hpp"
 #include "platform/urls.hpp"
 #include "platform/user_defaults.hpp"
+#include "platform/uuids.hpp"
 
 namespace quillmark::cocoa {
 
@@ -20,6 +21,7 @@ class CocoaBundle final : public Bundle {
 
   std::string bundlePath() override;
   std::optional<std::string> pathForResource(const std::string &name, const std::string &type) override;
+  std::string localizedString(const std::string &key) override;
 
  private:
   NSBundle *bundle_;
@@ -67,6 +69,11 @@ class CocoaURLs final : public URLs {
 class CocoaUserDefaults final : public UserDefaults {
  public:
   std::optional<std::string> valueForKey(const std::string &key) override;
+};
+
+class CocoaUUIDs final : public UUIDs {
+ public:
+  std::string UUIDString() override;
 };
 
 }  // namespace quillmark::cocoa

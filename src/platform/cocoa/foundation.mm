@@ -6,19 +6,14 @@
 
 namespace quillmark::cocoa {
 
-namespace {
-
-std::optional<std::string> optionalUTF8(NSString *string) {
-  if (string == nil) return std::nullopt;
-  return utf8(string);
-}
-
-}  // namespace
-
 std::string CocoaBundle::bundlePath() { return utf8([bundle_ bundlePath]); }
 
 std::optional<std::string> CocoaBundle::pathForResource(const std::string &name, const std::string &type) {
   return optionalUTF8([bundle_ pathForResource:string(name) ofType:string(type)]);
+}
+
+std::string CocoaBundle::localizedString(const std::string &key) {
+  return utf8([bundle_ localizedStringForKey:string(key) value:@"" table:nil]);
 }
 
 void CocoaConsole::log(const std::string &text) { NSLog(@"%@", string(text)); }
@@ -99,5 +94,7 @@ std::optional<std::string> CocoaUserDefaults::valueForKey(const std::string &key
   if (value == nil) return std::nullopt;
   return utf8([NSString stringWithFormat:@"%@", value]);
 }
+
+std::string CocoaUUIDs::UUIDString() { return utf8([[NSUUID UUID] UUIDString]); }
 
 }  // namespace quillmark::cocoa

@@ -15,6 +15,9 @@ NSString *string(const std::string &utf8);
 /// Nil for nothing.
 NSString *string(const std::optional<std::string> &utf8);
 
+/// Nothing for nil.
+std::optional<std::string> optionalUTF8(NSString *string);
+
 /// Empty for nil; a lone surrogate, which UTF-8 cannot say, becomes a question mark.
 std::string utf8(NSString *string);
 

@@ -11,6 +11,11 @@ NSString *string(const std::optional<std::string> &utf8) {
   return utf8 ? string(*utf8) : nil;
 }
 
+std::optional<std::string> optionalUTF8(NSString *string) {
+  if (string == nil) return std::nullopt;
+  return utf8(string);
+}
+
 std::string utf8(NSString *string) {
   NSData *bytes = [string dataUsingEncoding:NSUTF8StringEncoding allowLossyConversion:YES];
   if ([bytes length] == 0) return {};

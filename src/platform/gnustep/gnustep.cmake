@@ -23,7 +23,10 @@ add_library(gnustep_standins OBJECT
   ${gnustepFolder}/interface.mm
   ${gnustepFolder}/main_bundle.mm
   ${gnustepFolder}/main_queue.mm
-  ${gnustepFolder}/workspace.mm)
+  ${gnustepFolder}/security.mm
+  ${gnustepFolder}/workspace.mm
+  ${gnustepFolder}/xpc.mm)
 # Replacing methods of the libraries is what these files are for.
 target_compile_options(gnustep_standins PRIVATE -Wno-objc-protocol-method-implementation)
+target_include_directories(gnustep_standins PUBLIC ${gnustepFolder}/../..)
 target_link_libraries(gnustep_standins PUBLIC frameworks)

@@ -25,9 +25,7 @@ NSString *text(const char *path) {
 
 NSDictionary *readRelocations() {
   Dl_info library;
-  if (dladdr(reinterpret_cast<void *>(&readRelocations), &library) == 0) {
-    return nil;
-  }
+  if (dladdr(reinterpret_cast<void *>(&readRelocations), &library) == 0) return nil;
   NSString *framework = [text(library.dli_fname) stringByDeletingLastPathComponent];
   return [NSDictionary
       dictionaryWithContentsOfFile:[framework stringByAppendingPathComponent:@"Resources/Relocations.plist"]];
@@ -36,19 +34,15 @@ NSDictionary *readRelocations() {
 NSDictionary *relocationOf(NSURL *bundle) {
   // Not -stringByResolvingSymlinksInPath, which drops a leading "/private".
   char resolved[PATH_MAX];
-  if ([bundle path] == nil || realpath([[bundle path] fileSystemRepresentation], resolved) == nullptr) {
-    return nil;
-  }
+  if (realpath([[bundle path] fileSystemRepresentation], resolved) == nullptr) return nil;
   return [readRelocations() objectForKey:text(resolved)];
 }
 
 void report(int code, NSError **error) {
-  if (error != nullptr) {
-    *error = [[NSError alloc] initWithDomain:NSPOSIXErrorDomain code:code userInfo:nil];
-  }
+  if (error != nullptr) *error = [[NSError alloc] initWithDomain:NSPOSIXErrorDomain code:code userInfo:nil];
 }
 
-} // namespace
+}  // namespace
 
 extern "C" {
 
@@ -62,9 +56,7 @@ unsigned char SecTranslocateIsTranslocatedURL(NSURL *bundle, bool *isTranslocate
   const bool fails = [[relocation objectForKey:@"QueryFails"] boolValue];
   *isTranslocated = relocation != nil;
   [pool release];
-  if (fails) {
-    report(EIO, error);
-  }
+  if (fails) report(EIO, error);
   return !fails;
 }
 
@@ -84,10 +76,8 @@ NSURL *SecTranslocateCreateOriginalPathForURL(NSURL *bundle, NSError **error) {
     answer = [[NSURL alloc] initFileURLWithPath:original];
   }
   [pool release];
-  if (answer == nil) {
-    report(ENOENT, error);
-  }
+  if (answer == nil) report(ENOENT, error);
   return answer;
 }
 
-} // extern "C"
+}  // extern "C"

@@ -1,0 +1,69 @@
+#include "install/helper_installation.hpp"
+
+#include <optional>
+#include <string>
+
+#include "helper-client/command_channel.hpp"
+#include "install/layout.hpp"
+#include "platform/bundle.hpp"
+#include "platform/console.hpp"
+#include "platform/directories.hpp"
+#include "platform/file_manager.hpp"
+#include "platform/ignore.hpp"
+#include "platform/object_description.hpp"
+#include "platform/path.hpp"
+#include "platform/uuids.hpp"
+#include "probes/relocation.hpp"
+#include "shell/activity_log.hpp"
+#include "shell/main_window.hpp"
+
+namespace quillmark {
+
+namespace {
+
+/// Removing first makes a failed copy leave nothing, rather than an older copy.
+void replaceItem(FileManager &fileManager, const std::optional<std::string> &source, const std::string &target) {
+  ignore(fileManager.removeItemAtPath(target));
+  if (source) ignore(fileManager.copyItemAtPath(*source, target));
+}
+
+void stageVPNConfiguration(const Mac &mac, const std::string &temporaryDirectory) {
+  const auto componentsFolder = resolveComponentsFolder(mac).path;
+  for (const char *name : layout::vpnConfigurationFiles) {
+    std::optional<std::string> source;
+    if (componentsFolder) source = stringByAppendingPathComponent(*componentsFolder, name);
+    replaceItem(mac.fileManager, source, stringByAppendingPathComponent(temporaryDirectory, name));
+  }
+}
+
+void logAuthorization(Console &console, Delegate &delegate) {
+  const auto authorization = delegate.authorization();
+  console.log(objectDescription(authorization ? std::optional(authorization->description()) : std::nullopt));
+}
+
+}  // namespace
+
+void installQuillmarkApplication2(const Mac &mac, const DelegatePtr &delegate) {
+  const auto application = layout::applicationResource(mac.mainBundle);
+  const std::string temporary = mac.directories.temporaryDirectory();
+  replaceItem(mac.fileManager, application, layout::helperApplicationCopy(temporary));
+  replaceItem(mac.fileManager, layout::upScriptResource(mac.mainBundle), layout::helperUpScript(temporary));
+  replaceItem(mac.fileManager, layout::downScriptResource(mac.mainBundle), layout::helperDownScript(temporary));
+  stageVPNConfiguration(mac, temporary);
+
+  ignore(mac.uuids.UUIDString());  // deliberate: each hand-over draws one, and none is used
+  logAuthorization(mac.console, *delegate);
+  sendCommand(mac, delegate, [&](HelperTool &helperTool) {
+    helperTool.install(temporary, delegate->authorization(), [mac, delegate](const std::optional<Error> &error) {
+      logAuthorization(mac.console, *delegate);
+      if (error) {
+        logError(mac.mainQueue, delegate, *error);
+        return;
+      }
+      logText(mac.mainQueue, delegate, "success\n");
+      postUpdateWindowAfterInstall(mac, delegate);
+    });
+  });
+}
+
+}  // namespace quillmark

@@ -1,0 +1,56 @@
+// The Security and ServiceManagement calls, answered as by a Mac whose authorization database is its own and on which
+// no helper tool can be blessed.
+
+#import <Foundation/Foundation.h>
+#include <Security/AuthorizationDB.h>
+#include <ServiceManagement/ServiceManagement.h>
+
+#include <mutex>
+#include <set>
+#include <string>
+
+#import "platform/gnustep/mach_services.h"
+
+namespace {
+
+constexpr OSStatus authorizationSuccess = 0;
+constexpr OSStatus authorizationDenied = -60005;
+
+// kSMErrorAuthorizationFailure of <ServiceManagement/SMErrors.h>: what a null authorization earns.
+constexpr NSInteger authorizationFailure = 4;
+
+std::mutex rightsMutex;
+std::set<std::string> rights;
+
+}  // namespace
+
+void CFRelease(CFTypeRef object) { [static_cast<id>(const_cast<void *>(object)) release]; }
+
+OSStatus AuthorizationRightGet(const char *rightName, CFTypeRef *rightDefinition) {
+  const std::lock_guard<std::mutex> lock(rightsMutex);
+  return rights.count(rightName) != 0 ? authorizationSuccess : authorizationDenied;
+}
+
+OSStatus AuthorizationRightSet(AuthorizationRef authRef, const char *rightName, CFTypeRef rightDefinition,
+                               CFStringRef descriptionKey, CFBundleRef bundle, CFStringRef localeTableName) {
+  const std::lock_guard<std::mutex> lock(rightsMutex);
+  rights.insert(rightName);
+  return authorizationSuccess;
+}
+
+const CFStringRef kSMDomainSystemLaunchd = (CFStringRef)(id) @"kSMDomainSystemLaunchd";
+
+/// Succeeds only where the helper is already there.
+Boolean SMJobBless(CFStringRef domain, CFStringRef executableLabel, AuthorizationRef auth, CFErrorRef *outError) {
+  if (machService((NSString *)(id)executableLabel) != nil) return 1;
+  if (outError != nullptr) {
+    *outError = (CFErrorRef)(id)[[NSError alloc] initWithDomain:@"CFErrorDomainLaunchd"
+                                                           code:authorizationFailure
+                                                       userInfo:@{
+                                                         NSLocalizedDescriptionKey :
+                                                             @"The operation couldn't be completed. "
+                                                             @"(CFErrorDomainLaunchd error 4.)"
+                                                       }];
+  }
+  return 0;
+}

@@ -1,0 +1,115 @@
+#include "rights/rights_catalogue.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "platform/authorization_database.hpp"
+#include "support/fake_mac.hpp"
+
+namespace quillmark {
+
+namespace {
+
+using fake::FakeAuthorizationDatabase;
+using fake::FakeMac;
+using fake::Journal;
+
+const std::string installRight = "com.example.apple-samplecode.EBAS.install";
+const std::string bindRight = "com.example.apple-samplecode.EBAS.startWebService2";
+const std::string installText = "Install Quillmark is trying to install its components.";
+const std::string bindText = "EBAS is trying to start its web service.";
+
+class Rights : public testing::Test {
+ protected:
+  Journal registered() {
+    setupAuthorizationRights(catalogue_, database_, nullptr);
+    Journal sets;
+    for (const std::string &call : database_.journal) {
+      if (call.rfind("set ", 0) == 0) sets.push_back(call);
+    }
+    return sets;
+  }
+
+  FakeMac mac_;
+  RightsCatalogue catalogue_ = makeRightsCatalogue(mac_.mainBundle);
+  FakeAuthorizationDatabase database_;
+
+  const std::string setInstall_ = "set " + installRight + " to allow \"" + installText + "\" of Common";
+  const std::string setBind_ = "set " + bindRight + " to authenticate-admin \"" + bindText + "\" of Common";
+};
+
+TEST_F(Rights, TheRightOfEachCommandIsItsRow) {
+  EXPECT_EQ(authorizationRightForCommand(catalogue_, "install:authorization:withReply:"), installRight);
+  EXPECT_EQ(authorizationRightForCommand(catalogue_, "bindToLowNumberPortAuthorization:withReply:"), bindRight);
+}
+
+TEST_F(Rights, ACommandWithoutARowHasNoRight) {
+  for (const std::string command : {"getVersionWithReply:", "connectWithEndpointReply:", "", "install"}) {
+    EXPECT_EQ(authorizationRightForCommand(catalogue_, command), std::nullopt) << command;
+  }
+}
+
+TEST_F(Rights, TheWalkVisitsEachRowOnceWithItsThreeValues) {
+  Journal visits;
+  enumerateRights(catalogue_, [&](const std::string &name, const std::string &rule, const std::string &description) {
+    visits.push_back(name + " | " + rule + " | " + description);
+  });
+  std::sort(visits.begin(), visits.end());
+  EXPECT_EQ(visits, (Journal{installRight + " | allow | " + installText,
+                             bindRight + " | authenticate-admin | " + bindText}));
+}
+
+TEST_F(Rights, EachDescriptionIsLookedUpOnceWhenTheCatalogueIsMade) {
+  EXPECT_EQ(mac_.journal, (Journal{"localizedString " + installText, "localizedString " + bindText}));
+  (void)registered();
+  EXPECT_EQ(mac_.journal.size(), 2U);
+}
+
+TEST_F(Rights, ATranslatedDescriptionIsHandedToTheDatabase) {
+  mac_.mainBundle.translations[installText] = "Quillmark m\u00f6chte seine Komponenten installieren.";
+  catalogue_ = makeRightsCatalogue(mac_.mainBundle);
+  const Journal sets = registered();
+  ASSERT_FALSE(sets.empty());
+  EXPECT_EQ(sets.front(),
+            "set " + installRight + " to allow \"Quillmark m\u00f6chte seine Komponenten installieren.\" of Common");
+}
+
+TEST_F(Rights, RegisteringOnAnEmptyDatabaseSetsBoth) { EXPECT_EQ(registered(), (Journal{setInstall_, setBind_})); }
+
+TEST_F(Rights, RegisteringWhenBothExistSetsNothing) {
+  database_.statuses = {{installRight, errAuthorizationSuccess}, {bindRight, errAuthorizationSuccess}};
+  EXPECT_TRUE(registered().empty());
+}
+
+TEST_F(Rights, WhenOnlyOneIsMissingExactlyThatOneIsSet) {
+  database_.statuses = {{installRight, errAuthorizationSuccess}};
+  EXPECT_EQ(registered(), Journal{setBind_});
+  database_.journal.clear();
+  database_.statuses = {{bindRight, errAuthorizationSuccess}};
+  EXPECT_EQ(registered(), Journal{setInstall_});
+}
+
+TEST_F(Rights, AStatusOtherThanSuccessAndDeniedSetsNothing) {
+  // The statuses of <Security/Authorization.h> around errAuthorizationDenied, and some that belong to others.
+  for (const Status status : {-60001, -60002, -60003, -60004, -60006, -60007, -60008, -60009, -60010, -60011, -60031,
+                              -60032, -60033, 1, -1, 60005}) {
+    database_.statuses = {{installRight, status}, {bindRight, status}};
+    EXPECT_TRUE(registered().empty()) << status;
+  }
+}
+
+TEST_F(Rights, AFailingRegistrationIsIgnoredAndTheWalkGoesOn) {
+  database_.setStatus = -60007;
+  EXPECT_EQ(registered(), (Journal{setInstall_, setBind_}));
+}
+
+TEST_F(Rights, TheAuthorizationGivenIsTheOneHandedOver) {
+  int authorization = 0;
+  setupAuthorizationRights(catalogue_, database_, &authorization);
+  EXPECT_EQ(database_.authorization, &authorization);
+}
+
+}  // namespace
+
+}  // namespace quillmark
