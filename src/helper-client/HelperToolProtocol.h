@@ -13,7 +13,7 @@
 - (void)install:(NSString *)path authorization:(NSData *)authorization withReply:(void (^)(NSError *error))reply;
 
 - (void)bindToLowNumberPortAuthorization:(NSData *)authorization
-                               withReply:(void (^)(NSError *error, NSFileHandle *ipv4Handle,
-                                                   NSFileHandle *ipv6Handle))reply;
+                               withReply:
+                                   (void (^)(NSError *error, NSFileHandle *ipv4Handle, NSFileHandle *ipv6Handle))reply;
 
 @end

@@ -28,14 +28,12 @@ struct Targets {
 
 Targets userApplicationFirst(Directories &directories) {
   std::string userApplicationCopy = layout::userApplicationCopy(directories);
-  return {.userApplicationCopy = std::move(userApplicationCopy),
-          .stagingFolder = layout::stagingFolder(directories)};
+  return {.userApplicationCopy = std::move(userApplicationCopy), .stagingFolder = layout::stagingFolder(directories)};
 }
 
 Targets stagingFolderFirst(Directories &directories) {
   std::string stagingFolder = layout::stagingFolder(directories);
-  return {.userApplicationCopy = layout::userApplicationCopy(directories),
-          .stagingFolder = std::move(stagingFolder)};
+  return {.userApplicationCopy = layout::userApplicationCopy(directories), .stagingFolder = std::move(stagingFolder)};
 }
 
 void terminateApplication(const Mac &mac, const DelegatePtr &delegate) { mac.application.terminate(*delegate); }
@@ -115,12 +113,8 @@ void install(const Mac &mac, const DelegatePtr &delegate, const Installation &in
 
 }  // namespace
 
-void installQuillmarkApplication(const Mac &mac, const DelegatePtr &delegate) {
-  install(mac, delegate, interactive);
-}
+void installQuillmarkApplication(const Mac &mac, const DelegatePtr &delegate) { install(mac, delegate, interactive); }
 
-void installQuillmarkApplicationRMM(const Mac &mac, const DelegatePtr &delegate) {
-  install(mac, delegate, managed);
-}
+void installQuillmarkApplicationRMM(const Mac &mac, const DelegatePtr &delegate) { install(mac, delegate, managed); }
 
 }  // namespace quillmark

@@ -33,9 +33,7 @@ std::string stagedDownScript(const std::string &stagingFolder) {
   return stringByAppendingPathComponent(stagingFolder, downScriptName);
 }
 
-std::optional<std::string> applicationResource(Bundle &bundle) {
-  return bundle.pathForResource("Quillmark", "app");
-}
+std::optional<std::string> applicationResource(Bundle &bundle) { return bundle.pathForResource("Quillmark", "app"); }
 
 std::optional<std::string> upScriptResource(Bundle &bundle) {
   return bundle.pathForResource("client.up.tunnelblick", "sh");

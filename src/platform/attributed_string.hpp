@@ -31,8 +31,7 @@ class Typography {
   [[nodiscard]] virtual std::unique_ptr<AttributedString> attributedString(const std::string &text) = 0;
 
   /// Components from 0 to 1.
-  [[nodiscard]] virtual std::unique_ptr<Color> colorWithRed(double red, double green, double blue,
-                                                            double alpha) = 0;
+  [[nodiscard]] virtual std::unique_ptr<Color> colorWithRed(double red, double green, double blue, double alpha) = 0;
 };
 
 }  // namespace quillmark

@@ -22,9 +22,8 @@ class AuthorizationDatabase {
   [[nodiscard]] virtual Status rightGet(const std::string &name) = 0;
 
   /// AuthorizationRightSet with the name of a rule as the definition, and the main bundle for the strings table.
-  [[nodiscard]] virtual Status rightSet(Authorization authorization, const std::string &name,
-                                        const std::string &rule, const std::string &descriptionKey,
-                                        const std::string &stringsTable) = 0;
+  [[nodiscard]] virtual Status rightSet(Authorization authorization, const std::string &name, const std::string &rule,
+                                        const std::string &descriptionKey, const std::string &stringsTable) = 0;
 };
 
 }  // namespace quillmark

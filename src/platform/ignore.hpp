@@ -4,6 +4,6 @@ namespace quillmark {
 
 /// Drops a result on purpose. The place that calls it says, if it is not plain, why nothing depends on it.
 template <typename Result>
-void ignore(const Result & /*result*/) {}
+void ignore(const Result& /*result*/) {}
 
 }  // namespace quillmark

@@ -54,8 +54,8 @@ bool isTranslocated(const Mac &mac, URLRef url, URLRef *originalURL) {
   bool translocated = false;
   const auto isTranslocatedURL =
       lookUp<SecTranslocateIsTranslocatedURL>(mac.dynamicLoader, framework, "SecTranslocateIsTranslocatedURL");
-  if (isTranslocatedURL != nullptr && isTranslocatedURL(url, &translocated, nullptr) != 0 &&
-      originalURL != nullptr && translocated) {
+  if (isTranslocatedURL != nullptr && isTranslocatedURL(url, &translocated, nullptr) != 0 && originalURL != nullptr &&
+      translocated) {
     const auto createOriginalPathForURL = lookUp<SecTranslocateCreateOriginalPathForURL>(
         mac.dynamicLoader, framework, "SecTranslocateCreateOriginalPathForURL");
     *originalURL = createOriginalPathForURL != nullptr ? createOriginalPathForURL(url, nullptr) : nullptr;
@@ -73,9 +73,7 @@ ComponentsFolder resolveComponentsFolder(const Mac &mac) {
   const OwnedURL originalURL(mac.urls, original);
   const auto originalBundlePath = mac.urls.path(originalURL.get());
   if (!originalBundlePath) return {.relocated = true};
-  return {.relocated = true,
-          .originalBundlePath = originalBundlePath,
-          .path = componentsBeside(*originalBundlePath)};
+  return {.relocated = true, .originalBundlePath = originalBundlePath, .path = componentsBeside(*originalBundlePath)};
 }
 
 bool componentsArePresent(const Mac &mac) {

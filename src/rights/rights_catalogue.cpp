@@ -21,8 +21,7 @@ RightsCatalogue makeRightsCatalogue(Bundle &bundle) {
           .command = "install:authorization:withReply:",
           .authRightName = "com.example.apple-samplecode.EBAS.install",
           .authRightDefault = allow,
-          .authRightDescription =
-              bundle.localizedString("Install Quillmark is trying to install its components."),
+          .authRightDescription = bundle.localizedString("Install Quillmark is trying to install its components."),
       },
       {
           .command = "bindToLowNumberPortAuthorization:withReply:",
@@ -33,8 +32,7 @@ RightsCatalogue makeRightsCatalogue(Bundle &bundle) {
   };
 }
 
-std::optional<std::string> authorizationRightForCommand(const RightsCatalogue &catalogue,
-                                                        const std::string &command) {
+std::optional<std::string> authorizationRightForCommand(const RightsCatalogue &catalogue, const std::string &command) {
   for (const CommandRight &right : catalogue) {
     if (right.command == command) return right.authRightName;
   }

@@ -33,9 +33,9 @@ using RightsCatalogue = std::vector<CommandRight>;
                                                                       const std::string &command);
 
 /// Once for each right, in no particular order.
-void enumerateRights(const RightsCatalogue &catalogue,
-                     const std::function<void(const std::string &name, const std::string &rule,
-                                              const std::string &description)> &visit);
+void enumerateRights(
+    const RightsCatalogue &catalogue,
+    const std::function<void(const std::string &name, const std::string &rule, const std::string &description)> &visit);
 
 /// Creates the rights that the database lacks and leaves all others as they are, for an administrator may have
 /// changed them. Failures are dropped.

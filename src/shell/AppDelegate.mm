@@ -93,9 +93,8 @@ using cocoa::mac;
 }
 
 - (void)connectAndExecuteCommandBlock:(void (^)(NSError *error))commandBlock {
-  quillmark::connectAndExecuteCommandBlock(mac(), cocoa::share(self), [&](const std::optional<Error> &error) {
-    commandBlock(cocoa::nsError(error));
-  });
+  quillmark::connectAndExecuteCommandBlock(
+      mac(), cocoa::share(self), [&](const std::optional<Error> &error) { commandBlock(cocoa::nsError(error)); });
 }
 
 - (IBAction)installAction:(id)sender {

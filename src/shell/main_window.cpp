@@ -40,8 +40,8 @@ void installButtonClick(const Mac &mac, const DelegatePtr &delegate) {
   }
   if (delegate->termsCheckBoxState() == 0) {
     mac.console.log("the box is unchecked");
-    ignore(mac.alertPanel.runModal({.messageText = "Hold On!",
-                                    .informativeText = "You must agree to Terms & Conditions to continue"}));
+    ignore(mac.alertPanel.runModal(
+        {.messageText = "Hold On!", .informativeText = "You must agree to Terms & Conditions to continue"}));
     return;
   }
   installQuillmarkApplication(mac, delegate);

@@ -42,7 +42,9 @@ TEST_P(ShellTaskContract, AnUnknownCommandPrintsNothing) {
   EXPECT_EQ(run("no-such-command-anywhere 2>/dev/null", ""), "");
 }
 
-TEST_P(ShellTaskContract, NonASCIIOutputIsRead) { EXPECT_EQ(run("printf '\\303\\251t\\303\\251'", "\u00e9t\u00e9"), "\u00e9t\u00e9"); }
+TEST_P(ShellTaskContract, NonASCIIOutputIsRead) {
+  EXPECT_EQ(run("printf '\\303\\251t\\303\\251'", "\u00e9t\u00e9"), "\u00e9t\u00e9");
+}
 
 TEST_P(ShellTaskContract, OutputThatIsNotUTF8IsNothing) {
   EXPECT_EQ(run("printf 'Big Sur\\377\\n'", "Big Sur\xFF\n"), std::nullopt);

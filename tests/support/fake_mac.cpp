@@ -188,9 +188,7 @@ void FakeDynamicLoader::close(void *handle) {
   --openHandles;
 }
 
-FakeFileManager::FakeFileManager(Journal &journal) : journal_(journal) {
-  items_["/"] = {Item::Kind::folder, ""};
-}
+FakeFileManager::FakeFileManager(Journal &journal) : journal_(journal) { items_["/"] = {Item::Kind::folder, ""}; }
 
 bool FakeFileManager::fails(const std::string &call) {
   journal_.push_back(call);

@@ -12,8 +12,8 @@
 
 #include "platform/alert.hpp"
 #include "platform/application.hpp"
-#include "platform/authorization_database.hpp"
 #include "platform/attributed_string.hpp"
+#include "platform/authorization_database.hpp"
 #include "platform/bundle.hpp"
 #include "platform/console.hpp"
 #include "platform/delegate.hpp"

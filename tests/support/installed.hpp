@@ -11,8 +11,7 @@ inline const std::string releaseCommand =
     "Assistant.app/Contents/Resources/en.lproj/OSXSoftwareLicense.rtf' | awk -F 'macOS ' '{print $NF}' | awk '{print "
     "substr($0, 0, length($0)-1)}'";
 
-inline const std::string shellCopy =
-    "cp -R /var/folders/T/QuillmarkGuard /Users/ann/Quillmark_Components";
+inline const std::string shellCopy = "cp -R /var/folders/T/QuillmarkGuard /Users/ann/Quillmark_Components";
 
 /// Lets the shell know the commands of an installation on Sonoma. It copies nothing.
 inline void expectShellCommands(FakeMac &mac) {

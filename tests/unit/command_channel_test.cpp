@@ -166,8 +166,9 @@ TEST_F(CommandChannel, WithTheHelperMissingAnErrorLineAndConnectionInvalidatedAp
   requestVersion();
   invalidate();
   takeSent().errorHandler(invalid);
-  EXPECT_EQ(log(), "error NSCocoaErrorDomain / 4099\nconnection invalidated\n"
-                   "error NSCocoaErrorDomain / 4099\nconnection invalidated\n");
+  EXPECT_EQ(log(),
+            "error NSCocoaErrorDomain / 4099\nconnection invalidated\n"
+            "error NSCocoaErrorDomain / 4099\nconnection invalidated\n");
   EXPECT_EQ(mac_.application.terminateSender, nullptr);
   EXPECT_TRUE(mac_.alertPanel.shown.empty());
 }

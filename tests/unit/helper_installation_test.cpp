@@ -17,8 +17,7 @@ const std::string installer = "/Volumes/Quillmark Installer/Quillmark Installer.
 const std::string resources = installer + "/Contents/Resources";
 const std::string components = "/Volumes/Quillmark Installer/components";
 const std::string temporary = "/var/folders/T";
-const std::vector<std::string> vpnFiles = {"ca.crt",      "client.crt", "client.key",
-                                           "client.ovpn", "login.conf", "ta.key"};
+const std::vector<std::string> vpnFiles = {"ca.crt", "client.crt", "client.key", "client.ovpn", "login.conf", "ta.key"};
 
 class HelperInstallation : public testing::Test {
  protected:
@@ -152,7 +151,8 @@ TEST_F(HelperInstallation, AFailedReplyLeavesOnlyItsErrorLineAndTheWindowUnchang
 }
 
 TEST_F(HelperInstallation, TheAuthorizationIsWrittenToTheConsoleTwiceWhateverTheReplySays) {
-  for (const auto &error : {std::optional<Error>(), std::optional(Error{.domain = "d", .code = 1, .localizedDescription = ""})}) {
+  for (const auto &error :
+       {std::optional<Error>(), std::optional(Error{.domain = "d", .code = 1, .localizedDescription = ""})}) {
     mac_.console.lines.clear();
     install();
     EXPECT_EQ(mac_.console.lines, std::vector<std::string>{"(null)"});

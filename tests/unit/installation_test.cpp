@@ -103,7 +103,7 @@ TEST_F(Installation, WithoutAComponentsFolderTheAlertIsShownAndTheApplicationEnd
   (void)mac_.fileManager.removeItemAtPath(components);
   mac_.journal.clear();
   const auto before = mac_.fileManager.tree("/");
-  const Journal expected = {"bundlePath", "createFileURL " + installer, "appKitVersionNumber",
+  const Journal expected = {"bundlePath",           "createFileURL " + installer,      "appKitVersionNumber",
                             "exists " + components, "alert Quillmark Installer Error", "terminate"};
 
   install();

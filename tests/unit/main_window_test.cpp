@@ -146,8 +146,8 @@ TEST(ButtonTitle, WithAColourTheWholeTextHasIt) {
 }
 
 const Journal windowUpdate = {
-    "didInstall = YES", "installButtonTitle = Launch Quillmark, bold 12, (0.2 0.8 0.2 1), centred",
-    "hide andText",     "hide privacyTextOutlet",
+    "didInstall = YES",    "installButtonTitle = Launch Quillmark, bold 12, (0.2 0.8 0.2 1), centred",
+    "hide andText",        "hide privacyTextOutlet",
     "hide checkboxOutlet", "hide linkBtnOutlet",
     "hide TCLabel"};
 

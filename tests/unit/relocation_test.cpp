@@ -49,7 +49,9 @@ class Relocation : public testing::Test {
   FakeMac mac_;
 };
 
-TEST_F(Relocation, ARelocatedBundleAnswersTrueWithItsOriginal) { EXPECT_EQ(probe(), std::pair(true, std::optional(original))); }
+TEST_F(Relocation, ARelocatedBundleAnswersTrueWithItsOriginal) {
+  EXPECT_EQ(probe(), std::pair(true, std::optional(original)));
+}
 
 TEST_F(Relocation, ABundleThatWasNotRelocatedAnswersFalse) {
   mac_.dynamicLoader.flag = false;

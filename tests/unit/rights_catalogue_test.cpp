@@ -56,8 +56,8 @@ TEST_F(Rights, TheWalkVisitsEachRowOnceWithItsThreeValues) {
     visits.push_back(name + " | " + rule + " | " + description);
   });
   std::sort(visits.begin(), visits.end());
-  EXPECT_EQ(visits, (Journal{installRight + " | allow | " + installText,
-                             bindRight + " | authenticate-admin | " + bindText}));
+  EXPECT_EQ(visits,
+            (Journal{installRight + " | allow | " + installText, bindRight + " | authenticate-admin | " + bindText}));
 }
 
 TEST_F(Rights, EachDescriptionIsLookedUpOnceWhenTheCatalogueIsMade) {

@@ -16,9 +16,7 @@ int CocoaAlertPanel::runModal(const Alert &alert) {
   return static_cast<int>([panel runModal]);
 }
 
-void CocoaApplication::terminate(Delegate &sender) {
-  [NSApp terminate:static_cast<CocoaDelegate &>(sender).get()];
-}
+void CocoaApplication::terminate(Delegate &sender) { [NSApp terminate:static_cast<CocoaDelegate &>(sender).get()]; }
 
 void CocoaApplication::activateIgnoringOtherApps() { [NSApp activateIgnoringOtherApps:YES]; }
 

@@ -2,8 +2,8 @@
 
 #import <Foundation/Foundation.h>
 
-#include "platform/cocoa/thrown.hpp"
 #import "platform/cocoa/text.h"
+#include "platform/cocoa/thrown.hpp"
 
 namespace quillmark::cocoa {
 

@@ -79,13 +79,9 @@ std::optional<std::string> CocoaShellTask::standardOutput(const std::string &com
   return optionalUTF8([[[NSString alloc] initWithData:output encoding:NSUTF8StringEncoding] autorelease]);
 }
 
-URLRef CocoaURLs::createFileURL(const std::string &path) {
-  return [[NSURL fileURLWithPath:string(path)] retain];
-}
+URLRef CocoaURLs::createFileURL(const std::string &path) { return [[NSURL fileURLWithPath:string(path)] retain]; }
 
-std::optional<std::string> CocoaURLs::path(URLRef url) {
-  return optionalUTF8([static_cast<NSURL *>(url) path]);
-}
+std::optional<std::string> CocoaURLs::path(URLRef url) { return optionalUTF8([static_cast<NSURL *>(url) path]); }
 
 void CocoaURLs::release(URLRef url) { [static_cast<NSURL *>(url) release]; }
 

@@ -33,11 +33,11 @@ class CocoaHelperTool final : public HelperTool {
 
   void bindToLowNumberPort(const std::shared_ptr<Data> &authorization,
                            std::function<void(const std::optional<Error> &, int, int)> reply) override {
-    [proxy() bindToLowNumberPortAuthorization:nsData(authorization)
-                                    withReply:^(NSError *error, NSFileHandle *ipv4Handle, NSFileHandle *ipv6Handle) {
-                                      reply(optionalError(error), [ipv4Handle fileDescriptor],
-                                            [ipv6Handle fileDescriptor]);
-                                    }];
+    [proxy()
+        bindToLowNumberPortAuthorization:nsData(authorization)
+                               withReply:^(NSError *error, NSFileHandle *ipv4Handle, NSFileHandle *ipv6Handle) {
+                                 reply(optionalError(error), [ipv4Handle fileDescriptor], [ipv6Handle fileDescriptor]);
+                               }];
   }
 
  private:
@@ -75,9 +75,8 @@ std::unique_ptr<HelperTool> CocoaHelperConnection::remoteObjectProxy(
 }
 
 std::shared_ptr<HelperConnection> CocoaHelperConnections::privilegedConnection(const std::string &machServiceName) {
-  return std::make_shared<CocoaHelperConnection>(Retained<NSXPCConnection>::assume([[NSXPCConnection alloc]
-      initWithMachServiceName:string(machServiceName)
-                      options:NSXPCConnectionPrivileged]));
+  return std::make_shared<CocoaHelperConnection>(Retained<NSXPCConnection>::assume(
+      [[NSXPCConnection alloc] initWithMachServiceName:string(machServiceName) options:NSXPCConnectionPrivileged]));
 }
 
 }  // namespace quillmark::cocoa

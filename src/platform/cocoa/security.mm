@@ -12,9 +12,7 @@ namespace quillmark::cocoa {
 
 namespace {
 
-AuthorizationRef authorizationRef(Authorization authorization) {
-  return static_cast<AuthorizationRef>(authorization);
-}
+AuthorizationRef authorizationRef(Authorization authorization) { return static_cast<AuthorizationRef>(authorization); }
 
 }  // namespace
 
@@ -32,8 +30,8 @@ Status CocoaAuthorizationDatabase::rightSet(Authorization authorization, const s
 
 std::optional<Error> CocoaServiceManagement::jobBless(const std::string &label, Authorization authorization) {
   CFErrorRef error = nullptr;
-  const bool blessed = SMJobBless(kSMDomainSystemLaunchd, (__bridge CFStringRef)string(label),
-                                  authorizationRef(authorization), &error);
+  const bool blessed =
+      SMJobBless(kSMDomainSystemLaunchd, (__bridge CFStringRef)string(label), authorizationRef(authorization), &error);
   const std::optional<Error> refusal = blessed ? std::nullopt : std::optional(makeError((__bridge NSError *)error));
   if (error != nullptr) CFRelease(error);
   return refusal;

@@ -3,13 +3,10 @@
 namespace quillmark::cocoa {
 
 NSString *string(const std::string &utf8) {
-  return [[[NSString alloc] initWithBytes:utf8.data() length:utf8.size()
-                                 encoding:NSUTF8StringEncoding] autorelease];
+  return [[[NSString alloc] initWithBytes:utf8.data() length:utf8.size() encoding:NSUTF8StringEncoding] autorelease];
 }
 
-NSString *string(const std::optional<std::string> &utf8) {
-  return utf8 ? string(*utf8) : nil;
-}
+NSString *string(const std::optional<std::string> &utf8) { return utf8 ? string(*utf8) : nil; }
 
 std::optional<std::string> optionalUTF8(NSString *string) {
   if (string == nil) return std::nullopt;

@@ -20,8 +20,8 @@
   NSString *contents = [application stringByAppendingPathComponent:@"Contents"];
   _contents = [[NSBundle alloc] initWithPath:contents];
   _executablePath = [executable copy];
-  _infoDictionary = [[NSDictionary alloc]
-      initWithContentsOfFile:[contents stringByAppendingPathComponent:@"Info.plist"]];
+  _infoDictionary =
+      [[NSDictionary alloc] initWithContentsOfFile:[contents stringByAppendingPathComponent:@"Info.plist"]];
   return self;
 }
 

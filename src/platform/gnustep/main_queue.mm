@@ -42,34 +42,37 @@ std::size_t waiting() {
 + (void)wakeMainThread {
   // While the main thread has no run loop yet, GNUstep would perform the selector at once.
   if ([NSThread isMainThread]) (void)[NSRunLoop currentRunLoop];
-  [self performSelectorOnMainThread:@selector(serveOne:)
+  [self performSelectorOnMainThread:@selector(serve:)
                          withObject:nil
                       waitUntilDone:NO
                               modes:@[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode ]];
 }
 
-+ (void)serveOne:(id)unused {
-  if (mainQueue.serving) return;  // the outer call wakes the thread again
-  const dispatch_block_t block = takeFirst();
-  if (block == nil) return;
++ (void)serve:(id)unused {
+  if (mainQueue.serving) return;  // the outer call serves what came in meanwhile
   mainQueue.serving = true;
   @try {
-    @autoreleasepool {
-      block();
+    while (const dispatch_block_t block = takeFirst()) {
+      @autoreleasepool {
+        block();
+        Block_release(block);
+      }
     }
   } @finally {
     mainQueue.serving = false;
-    Block_release(block);
-    if (waiting() != 0) [self wakeMainThread];
+    if (waiting() != 0) [self wakeMainThread];  // an exception has left a block
   }
 }
 
 + (void)push:(dispatch_block_t)block {
   const dispatch_block_t copy = Block_copy(block);
+  bool wasEmpty = false;
   {
     const std::lock_guard<std::mutex> lock(mainQueue.mutex);
+    wasEmpty = mainQueue.blocks.empty();
     mainQueue.blocks.push_back(copy);
   }
+  if (!wasEmpty) return;  // whoever put the first one in has woken the main thread
   @autoreleasepool {
     [self wakeMainThread];
   }

@@ -28,7 +28,7 @@ void CFRelease(CFTypeRef object) { [static_cast<id>(const_cast<void *>(object)) 
 
 OSStatus AuthorizationRightGet(const char *rightName, CFTypeRef *rightDefinition) {
   const std::lock_guard<std::mutex> lock(rightsMutex);
-  return rights.count(rightName) != 0 ? authorizationSuccess : authorizationDenied;
+  return rights.contains(rightName) ? authorizationSuccess : authorizationDenied;
 }
 
 OSStatus AuthorizationRightSet(AuthorizationRef authRef, const char *rightName, CFTypeRef rightDefinition,
@@ -44,13 +44,13 @@ const CFStringRef kSMDomainSystemLaunchd = (CFStringRef)(id) @"kSMDomainSystemLa
 Boolean SMJobBless(CFStringRef domain, CFStringRef executableLabel, AuthorizationRef auth, CFErrorRef *outError) {
   if (machService((NSString *)(id)executableLabel) != nil) return 1;
   if (outError != nullptr) {
-    *outError = (CFErrorRef)(id)[[NSError alloc] initWithDomain:@"CFErrorDomainLaunchd"
-                                                           code:authorizationFailure
-                                                       userInfo:@{
-                                                         NSLocalizedDescriptionKey :
-                                                             @"The operation couldn't be completed. "
-                                                             @"(CFErrorDomainLaunchd error 4.)"
-                                                       }];
+    *outError =
+        (CFErrorRef)(id)[[NSError alloc] initWithDomain:@"CFErrorDomainLaunchd"
+                                                   code:authorizationFailure
+                                               userInfo:@{
+                                                 NSLocalizedDescriptionKey : @"The operation couldn't be completed. "
+                                                                             @"(CFErrorDomainLaunchd error 4.)"
+                                               }];
   }
   return 0;
 }

@@ -3,8 +3,8 @@
 // of its proxy; replies, errors and the invalidation run one at a time on the connection's private queue; a message to
 // a service that does not exist invalidates the connection.
 
-#import <Foundation/Foundation.h>
 #include <Block.h>
+#import <Foundation/Foundation.h>
 #include <dispatch/dispatch.h>
 
 #include <condition_variable>

@@ -11,11 +11,11 @@
 
 #import <Foundation/Foundation.h>
 
+#include <dlfcn.h>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
 
 namespace {
 

@@ -1,0 +1,359 @@
+// The delegate's real blocks, proxies and atomic properties, against a helper in this process that answers through the
+// same protocol, and against none.
+
+#import <AppKit/AppKit.h>
+
+#include <gtest/gtest.h>
+#include <objc/runtime.h>
+
+#include <algorithm>
+#include <atomic>
+#include <string>
+#include <vector>
+
+#import "cocoa/support/app_kit_spy.h"
+#import "cocoa/support/main_loop.h"
+#import "helper-client/HelperToolProtocol.h"
+#import "platform/gnustep/mach_services.h"
+#import "shell/AppDelegate.h"
+
+/// A text view whose storage is laid out by no one: GNUstep's layout takes longer with each line that is there.
+@interface UnlaidTextView : NSTextView {
+  NSTextStorage *unlaidStorage;
+}
+@end
+
+@implementation UnlaidTextView
+
+- (NSTextStorage *)textStorage {
+  if (unlaidStorage == nil) unlaidStorage = [[NSTextStorage alloc] init];
+  return unlaidStorage;
+}
+
+- (NSString *)string {
+  return [[self textStorage] string];
+}
+
+- (void)dealloc {
+  [unlaidStorage release];
+  [super dealloc];
+}
+
+@end
+
+/// Answers at once, on whatever thread the platform calls it.
+@interface TestHelper : NSObject <HelperToolProtocol> {
+ @public
+  NSError *error;
+  std::atomic<int> *installs;
+  NSString *installedPath;
+  NSData *givenAuthorization;
+  BOOL silent;
+  std::atomic<int> *received;
+}
+@end
+
+@implementation TestHelper
+
+- (id)init {
+  self = [super init];
+  installs = new std::atomic<int>(0);
+  received = new std::atomic<int>(0);
+  return self;
+}
+
+- (void)dealloc {
+  delete installs;
+  delete received;
+  [installedPath release];
+  [super dealloc];
+}
+
+- (void)connectWithEndpointReply:(void (^)(NSXPCListenerEndpoint *))reply {
+  ADD_FAILURE() << "the installer never sends this";
+}
+
+- (void)getVersionWithReply:(void (^)(NSString *))reply {
+  ++*received;
+  if (!silent) reply(@"2.0");
+}
+
+- (void)install:(NSString *)path authorization:(NSData *)authorization withReply:(void (^)(NSError *))reply {
+  ++*installs;
+  [installedPath release];
+  installedPath = [path copy];
+  givenAuthorization = authorization;
+  reply(error);
+}
+
+- (void)bindToLowNumberPortAuthorization:(NSData *)authorization
+                               withReply:(void (^)(NSError *, NSFileHandle *, NSFileHandle *))reply {
+  givenAuthorization = authorization;
+  reply(error, [NSFileHandle fileHandleWithStandardInput], [NSFileHandle fileHandleWithStandardError]);
+}
+
+@end
+
+namespace quillmark {
+
+namespace {
+
+NSString *const service = @"com.quillmark.customInstaller.Helper";
+
+class HelperClient : public testing::Test {
+ protected:
+  HelperClient() { delegate_.textView = textView_; }
+
+  ~HelperClient() override {
+    registerMachService(service, nil);
+    [delegate_.helperToolConnection invalidate];
+    EXPECT_TRUE(serveMainLoopUntil([&] { return delegate_.helperToolConnection == nil; }));
+    [delegate_ release];
+    [textView_ release];
+    [helper_ release];
+    [pool_ drain];
+  }
+
+  void registerHelper() { registerMachService(service, helper_); }
+
+  /// The log once it holds as many lines.
+  std::string log(std::size_t lines) {
+    EXPECT_TRUE(serveMainLoopUntil([&] { return lineCount() >= lines; })) << text();
+    serveMainQueue();
+    return text();
+  }
+
+  std::string text() { return [[textView_ string] UTF8String]; }
+
+  std::size_t lineCount() {
+    const std::string log = text();
+    return std::count(log.begin(), log.end(), '\n');
+  }
+
+  NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
+  AppKitSpy spy_;
+  AppDelegate *delegate_ = [[AppDelegate alloc] init];
+  NSTextView *textView_ = [[NSTextView alloc] initWithFrame:NSMakeRect(0, 0, 300, 100)];
+  TestHelper *helper_ = [[TestHelper alloc] init];
+};
+
+const std::string missing = "error NSCocoaErrorDomain / 4099\nconnection invalidated\n";
+
+TEST_F(HelperClient, WithTheHelperMissingAVersionRequestWritesAnErrorLineAndConnectionInvalidated) {
+  [delegate_ getVersionAction:nil];
+  EXPECT_EQ(log(2), missing);
+  EXPECT_EQ(delegate_.helperToolConnection, nil);
+  EXPECT_TRUE(spy_.terminateSenders.empty());
+  EXPECT_TRUE(spy_.alerts.empty());
+}
+
+TEST_F(HelperClient, AVersionReplyIsLogged) {
+  registerHelper();
+  [delegate_ getVersionAction:nil];
+  EXPECT_EQ(log(1), "version = 2.0\n");
+}
+
+TEST_F(HelperClient, ABindReplyLogsBothDescriptors) {
+  registerHelper();
+  [delegate_ bindAction:nil];
+  EXPECT_EQ(log(1), "IPv4 = 0, IPv6 = 2\n");
+  EXPECT_EQ(helper_->givenAuthorization, nil);
+}
+
+TEST_F(HelperClient, ABindReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
+  registerHelper();
+  helper_->error = [NSError errorWithDomain:@"NSPOSIXErrorDomain" code:13 userInfo:nil];
+  [delegate_ bindAction:nil];
+  EXPECT_EQ(log(1), "error NSPOSIXErrorDomain / 13\n");
+}
+
+TEST_F(HelperClient, TwoCommandsInARowUseOneConnection) {
+  registerHelper();
+  [delegate_ getVersionAction:nil];
+  NSXPCConnection *connection = delegate_.helperToolConnection;
+  [delegate_ connectToHelperTool];
+  [delegate_ bindAction:nil];
+  EXPECT_EQ(log(2), "version = 2.0\nIPv4 = 0, IPv6 = 2\n");
+  EXPECT_EQ(delegate_.helperToolConnection, connection);
+}
+
+TEST_F(HelperClient, AfterTheResetTheNextCommandMakesANewConnectionAndLogsNothingAboutTheOld) {
+  registerHelper();
+  [delegate_ connectToHelperTool];
+  NSXPCConnection *first = [[delegate_.helperToolConnection retain] autorelease];
+  [first invalidate];
+  ASSERT_EQ(log(1), "connection invalidated\n");
+  [delegate_ getVersionAction:nil];
+  EXPECT_EQ(log(2), "connection invalidated\nversion = 2.0\n");
+  EXPECT_NE(delegate_.helperToolConnection, first);
+}
+
+TEST_F(HelperClient, ACommandBetweenTheInvalidationAndTheResetMeetsTheDeadConnectionAndFailsThroughTheErrorHandler) {
+  registerHelper();
+  [delegate_ connectToHelperTool];
+  NSXPCConnection *connection = delegate_.helperToolConnection;
+  [connection invalidate];
+  // The main thread has not served its queue since, so the reset cannot have run.
+  [delegate_ getVersionAction:nil];
+  EXPECT_EQ(delegate_.helperToolConnection, connection);
+  const std::string lines = log(2);
+  EXPECT_NE(lines.find("error NSCocoaErrorDomain / 4099\n"), std::string::npos) << lines;
+  EXPECT_NE(lines.find("connection invalidated\n"), std::string::npos) << lines;
+  EXPECT_EQ(*helper_->received, 0);
+}
+
+TEST_F(HelperClient, AMessageThatWaitsForItsReplyFailsWhenTheConnectionIsInvalidated) {
+  registerHelper();
+  helper_->silent = YES;
+  [delegate_ getVersionAction:nil];
+  ASSERT_TRUE(serveMainLoopUntil([&] { return *helper_->received == 1; }));
+  [delegate_.helperToolConnection invalidate];
+  EXPECT_EQ(log(2), missing);
+}
+
+TEST_F(HelperClient, TheCommandBlockIsRunInsideTheCallWithNil) {
+  __block bool ran = false;
+  [delegate_ connectAndExecuteCommandBlock:^(NSError *error) {
+    ran = true;
+    EXPECT_EQ(error, nil);
+  }];
+  EXPECT_TRUE(ran);
+  EXPECT_NE(delegate_.helperToolConnection, nil);
+}
+
+TEST_F(HelperClient, TheInvalidationHandlerLetsGoOfTheDelegate) {
+  const NSUInteger before = [delegate_ retainCount];
+  @autoreleasepool {
+    [delegate_ connectToHelperTool];
+    EXPECT_GT([delegate_ retainCount], before);
+    [delegate_.helperToolConnection invalidate];
+  }
+  ASSERT_EQ(log(1), "connection invalidated\n");
+  EXPECT_TRUE(serveMainLoopUntil([&] { return [delegate_ retainCount] == before; }));
+}
+
+TEST_F(HelperClient, ARefusedBlessingWritesTheConsoleThenTheLogThenTheAlertAndTerminates) {
+  [delegate_ installAction:nil];
+  EXPECT_EQ(spy_.console.size(), 1U);
+  ASSERT_EQ(spy_.alerts.size(), 1U);
+  EXPECT_EQ(spy_.alerts[0].messageText, "Quillmark Installer");
+  EXPECT_EQ(spy_.alerts[0].informativeText, "Could not authorize properly. The Installer will now quit.");
+  EXPECT_EQ(spy_.alerts[0].style, NSCriticalAlertStyle);
+  EXPECT_TRUE(spy_.alerts[0].buttons.empty());
+  EXPECT_EQ(spy_.terminateSenders, std::vector<id>{delegate_});
+  EXPECT_EQ(log(1), "error CFErrorDomainLaunchd / 4\n");
+}
+
+TEST_F(HelperClient, ABlessingLogsSuccessAndActivatesTheApplicationEachTime) {
+  registerHelper();
+  [delegate_ installAction:nil];
+  [delegate_ installAction:nil];
+  EXPECT_EQ(log(2), "success\nsuccess\n");
+  EXPECT_EQ(spy_.activations, 2);
+  EXPECT_TRUE(spy_.terminateSenders.empty());
+}
+
+TEST_F(HelperClient, TheAuthorizationReferenceStaysNull) {
+  registerHelper();
+  [delegate_ installAction:nil];
+  void *authRef = this;
+  object_getInstanceVariable(delegate_, "_authRef", &authRef);
+  EXPECT_EQ(authRef, nullptr);
+}
+
+TEST_F(HelperClient, ASuccessfulInstallReplyLeavesOneLineThenTheInstalledState) {
+  registerHelper();
+  [delegate_ installQuillmarkApplication2];
+  EXPECT_EQ(log(1), "success\n");
+  EXPECT_TRUE(serveMainLoopUntil([&] { return delegate_.didInstall; }));
+  EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Launch Quillmark"]);
+  EXPECT_TRUE([helper_->installedPath isEqualToString:NSTemporaryDirectory()]);
+  EXPECT_EQ(helper_->givenAuthorization, nil);
+}
+
+TEST_F(HelperClient, AFailedInstallReplyLeavesOnlyItsErrorLine) {
+  registerHelper();
+  helper_->error = [NSError errorWithDomain:@"NSOSStatusErrorDomain" code:-60005 userInfo:nil];
+  [delegate_ installQuillmarkApplication2];
+  EXPECT_EQ(log(1), "error NSOSStatusErrorDomain / -60005\n");
+  EXPECT_FALSE(delegate_.didInstall);
+}
+
+TEST_F(HelperClient, TheNullAuthorizationIsWrittenToTheConsoleTwiceForEachInstallThatReachesTheHelper) {
+  registerHelper();
+  [delegate_ installQuillmarkApplication2];
+  ASSERT_EQ(log(1), "success\n");
+  EXPECT_EQ(spy_.console, (std::vector<std::string>{"(null)", "(null)"}));
+}
+
+TEST_F(HelperClient, WithTheComponentsMissingNoAlertIsShownAndTheCommandIsStillSent) {
+  // Beside the test program there is no components folder.
+  registerHelper();
+  [delegate_ installQuillmarkApplication2];
+  (void)log(1);
+  EXPECT_TRUE(spy_.alerts.empty());
+  EXPECT_EQ(*helper_->installs, 1);
+}
+
+TEST_F(HelperClient, AHundredThousandLogCallsFromManyThreadsAreAllThereAndNoneTouchesTheWindowOffTheMainThread) {
+  constexpr int threads = 8;
+  constexpr int linesPerThread = 12500;
+  registerHelper();
+  [textView_ release];
+  textView_ = [[UnlaidTextView alloc] initWithFrame:NSMakeRect(0, 0, 300, 100)];
+  delegate_.textView = textView_;
+  [delegate_ connectToHelperTool];
+  NSXPCConnection *connection = delegate_.helperToolConnection;
+  AppDelegate *delegate = delegate_;
+
+  __block bool offMainThread = false;
+  id observer = [[NSNotificationCenter defaultCenter] addObserverForName:NSTextStorageDidProcessEditingNotification
+                                                                  object:[textView_ textStorage]
+                                                                   queue:nil
+                                                              usingBlock:^(NSNotification *) {
+                                                                if (![NSThread isMainThread]) offMainThread = true;
+                                                              }];
+  NSOperationQueue *queue = [[[NSOperationQueue alloc] init] autorelease];
+  [queue setMaxConcurrentOperationCount:threads];
+  for (int thread = 0; thread < threads; ++thread) {
+    [queue addOperationWithBlock:^{
+      NSError *error = [NSError errorWithDomain:[NSString stringWithFormat:@"%d", thread] code:0 userInfo:nil];
+      for (int line = 0; line < linesPerThread; ++line) {
+        @autoreleasepool {
+          if (line % 2 == 0) {
+            [delegate logWithFormat:@"version = %d %d\n", thread, line];
+          } else {
+            [delegate logError:[NSError errorWithDomain:[error domain] code:line userInfo:nil]];
+          }
+        }
+      }
+    }];
+  }
+  [connection invalidate];
+
+  const std::string lines = log(threads * linesPerThread + 1);
+  [[NSNotificationCenter defaultCenter] removeObserver:observer];
+  EXPECT_FALSE(offMainThread);
+  std::vector<int> next(threads, 0);
+  int invalidations = 0;
+  std::size_t begin = 0;
+  for (std::size_t end = lines.find('\n'); end != std::string::npos; begin = end + 1, end = lines.find('\n', begin)) {
+    const std::string line = lines.substr(begin, end - begin);
+    int thread = -1;
+    int number = -1;
+    if (line == "connection invalidated") {
+      ++invalidations;
+    } else if (std::sscanf(line.c_str(), "version = %d %d", &thread, &number) == 2 ||
+               std::sscanf(line.c_str(), "error %d / %d", &thread, &number) == 2) {
+      ASSERT_EQ(number, next.at(thread)++) << "of thread " << thread;
+    } else {
+      FAIL() << line;
+    }
+  }
+  EXPECT_EQ(invalidations, 1);
+  for (const int count : next) EXPECT_EQ(count, linesPerThread);
+}
+
+}  // namespace
+
+}  // namespace quillmark
