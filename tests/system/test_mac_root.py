@@ -45,7 +45,7 @@ shared = None
 
 def setUpModule():
     global shared
-    shared = Path(tempfile.mkdtemp(prefix="test-mac-root-"))
+    shared = Path(tempfile.mkdtemp(prefix="test-mac-root-", dir=folder_in_memory()))
     shared.chmod(0o755)
     distribution = shared / "distribution"
     (distribution / EXECUTABLE).parent.mkdir(parents=True)
@@ -60,6 +60,13 @@ def setUpModule():
 
 def tearDownModule():
     shutil.rmtree(shared)
+
+
+def folder_in_memory():
+    """Where roots are made and removed twice as fast as on a disk, or None."""
+    folder = "/dev/shm"
+    usable = os.access(folder, os.W_OK) and not os.statvfs(folder).f_flag & os.ST_NOEXEC
+    return folder if usable else None
 
 
 class MacRootTest(unittest.TestCase):
@@ -121,6 +128,11 @@ def processes_with(argument):
             if argument.encode() in command_line.read_bytes().split(b"\0"):
                 found.append(command_line.parent.name)
     return found
+
+
+def child_of(parent):
+    return int(subprocess.run(["ps", "-o", "pid=", "--ppid", str(parent)],
+                              capture_output=True, text=True, check=True).stdout)
 
 
 def succeeds(*command):
@@ -398,8 +410,8 @@ class MacShape(MacRootTest):
         found = self.inside("env | sort", environment=environment).splitlines()
         self.assertEqual(found, [
             "HOME=/Users/ann", "LANG=C.UTF-8", "LOGNAME=ann", "LSAN_OPTIONS=verbosity=0",
-            "PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin", "PWD=/", "TMPDIR=/private/var/folders/xx/T/",
-            "USER=ann", "XDG_CACHE_HOME=/private/var/folders/xx/C"])
+            "PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin", "PWD=/", "TEMP=/private/var/folders/xx/T/",
+            "TMPDIR=/private/var/folders/xx/T/", "USER=ann", "XDG_CACHE_HOME=/private/var/folders/xx/C"])
         self.inside("touch $XDG_CACHE_HOME/x")
 
     def test_files_that_the_sanitizers_and_the_coverage_name_can_be_reached(self):
@@ -542,9 +554,29 @@ class Way:
                          "arm64\nSonoma\nx\n")
 
     def test_a_daemon_that_is_left_behind_is_ended_and_the_root_is_removed(self):
-        self.inside(f"setsid sleep {self.mark()} < /dev/null > /dev/null 2>&1 & mkdir -m 0 /tmp/closed")
+        self.addCleanup(self.end_marked)
+        self.inside(f"exec > /dev/null 2>&1; {self.daemons()} mkdir -m 0 /tmp/closed")
         self.assertEqual(processes_with(self.mark()), [])
         self.assert_left_nothing()
+
+    def test_it_works_for_an_ordinary_user(self):
+        result = self.run_by_an_ordinary_user()
+        self.assertEqual((result.stdout, result.stderr, result.returncode), ("501\n", "", 0))
+        self.assert_left_nothing()
+
+    def run_by_an_ordinary_user(self):
+        nobody = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
+        if os.geteuid() != 0:
+            self.skipTest("this run is an ordinary user's anyway")
+        if not succeeds(*nobody, PLAIN_PYTHON, MAC_ROOT, "--help"):
+            self.skipTest(f"another user cannot run {MAC_ROOT} with {PLAIN_PYTHON}")
+        script = "id -u; touch $HOME/x /Applications/x; mkdir -m 0 /tmp/closed"
+        command = self.command("--program", "/bin/sh", "--", "-ec", script, python=PLAIN_PYTHON)
+        return subprocess.run([*nobody, *command], env=self.environment(), capture_output=True, text=True, check=False)
+
+    def test_the_callers_file_mode_mask_does_not_matter(self):
+        self.inside(f'cat "{LICENCE}" "{DOWNLOADS}/components/WGComponents/current/"* > /dev/null; touch $HOME/x',
+                    prefix=["sh", "-c", 'umask 077; exec "$@"', "sh"])
 
     def test_ending_mac_root_ends_everything(self):
         for number, status in [(signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 129), (signal.SIGKILL, -9)]:
@@ -558,21 +590,39 @@ class Way:
                 self.assertEqual(processes_with(self.mark()), [])
 
     def start(self):
-        """mac-root with a program, and with a daemon of that program, that run for long."""
-        script = f"setsid sleep {self.mark()} & echo started; exec sleep {self.mark()}"
+        """mac-root with a program, and with two daemons of that program, that run for long."""
+        script = f"{self.daemons()} echo started; exec sleep {self.mark()}"
         tool = subprocess.Popen(self.command("--program", "/bin/sh", "--", "-c", script), text=True,
                                 env=self.environment(), stdout=subprocess.PIPE)
         self.addCleanup(tool.stdout.close)
+        self.addCleanup(self.end_marked)
         self.addCleanup(tool.kill)
         self.assertEqual(tool.stdout.readline(), "started\n")
-        self.assertTrue(until(lambda: len(processes_with(self.mark())) == 2))
+        self.assertTrue(until(lambda: len(processes_with(self.mark())) == 3))
         return tool
+
+    def daemons(self):
+        """One that sleeps and one that makes files up to its last moment, which removing the root has to wait for."""
+        writer = "mkdir /tmp/busy; cd /tmp/busy; while :; do number=$((number + 1)); : > $number; done"
+        return f"setsid sleep {self.mark()} & setsid sh -c '{writer}' sh {self.mark()} &"
 
     def mark(self):
         return f"1000.{os.getpid()}"
 
+    def end_marked(self):
+        """What should be gone is not left to the machine when a test fails."""
+        for process in processes_with(self.mark()):
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(int(process), signal.SIGKILL)
+
 
 class RestrictingWay(Way):
+    def test_killing_the_keeper_that_mac_root_started_ends_everything(self):
+        tool = self.start()
+        os.kill(child_of(tool.pid), signal.SIGKILL)
+        self.assertEqual(tool.wait(DEADLINE_SECONDS), 137)
+        self.assertTrue(until(lambda: not processes_with(self.mark())))
+
     def test_the_system_is_read_only(self):
         self.assertEqual(self.inside("""
             for folder in / /System /Library /Users /etc /usr /usr/local/bin; do
@@ -581,7 +631,8 @@ class RestrictingWay(Way):
             true"""), "")
 
     def test_the_relocated_copy_is_read_only(self):
-        self.assertIn("Read-only file system", self.inside(f"cd {RELOCATED_FOLDER}; touch x 2>&1 || true", "--relocated"))
+        self.assertIn("Read-only file system",
+                      self.inside(f"cd {RELOCATED_FOLDER}; touch x 2>&1 || true", "--relocated"))
 
     def test_a_read_only_folder_refuses_writing_and_removing(self):
         self.assemble()
@@ -658,19 +709,6 @@ class BubblewrapWay(RestrictingWay, MacRootTest):
         self.assertEqual(processes_with(self.mark()), [])
         self.assert_left_nothing()
 
-    def test_it_works_for_an_ordinary_user(self):
-        nobody = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"]
-        if os.geteuid() != 0:
-            self.skipTest("this run is an ordinary user's anyway")
-        if not succeeds(*nobody, PLAIN_PYTHON, MAC_ROOT, "--help"):
-            self.skipTest(f"another user cannot run {MAC_ROOT} with {PLAIN_PYTHON}")
-        result = subprocess.run([*nobody, *self.command("--program", "/bin/sh", "--", "-ec",
-                                                        "id -u; touch $HOME/x /Applications/x; mkdir -m 0 /tmp/closed",
-                                                        python=PLAIN_PYTHON)],
-                                env=self.environment(), capture_output=True, text=True, check=False)
-        self.assertEqual((result.stdout, result.stderr, result.returncode), ("501\n", "", 0))
-        self.assert_left_nothing()
-
 
 class BubblewrapAsRootWay(RestrictingWay, MacRootTest):
     name = "bubblewrap-as-root"
@@ -685,6 +723,9 @@ class BubblewrapAsRootWay(RestrictingWay, MacRootTest):
 
     def test_no_namespace_of_users_is_made(self):
         self.assertEqual(self.inside("readlink /proc/self/ns/user").strip(), os.readlink("/proc/self/ns/user"))
+
+    def test_it_works_for_an_ordinary_user(self):
+        self.assert_refused(self.run_by_an_ordinary_user(), "bubblewrap-as-root: only root can do that", status=125)
 
     def test_a_root_can_go_from_one_way_to_the_other(self):
         for way in [BubblewrapWay, BubblewrapAsRootWay, BubblewrapWay]:
@@ -744,8 +785,8 @@ class FallingBack(MacRootTest):
             self.skipTest("bwrap is not installed")
         result = self.mac_root("--program", "/usr/bin/id", prefix=self.without_namespaces("user"))
         self.assertEqual((result.stdout, result.returncode), ("uid=501(ann) gid=20(staff) groups=20(staff)\n", 0))
-        self.assertIn("mac-root: falling back to bubblewrap-as-root:\n  bubblewrap: bwrap: Creating new namespace failed",
-                      result.stderr)
+        self.assertIn("mac-root: falling back to bubblewrap-as-root:\n"
+                      "  bubblewrap: bwrap: Creating new namespace failed", result.stderr)
 
     def test_without_any_namespace_proot_does_it_and_says_why(self):
         if ProotWay.obstacle():
@@ -762,7 +803,8 @@ class FallingBack(MacRootTest):
     def test_without_bubblewrap_proot_does_it(self):
         if ProotWay.obstacle():
             self.skipTest(ProotWay.obstacle())
-        result = self.mac_root("--program", "/usr/bin/id", environment=self.environment(PATH=self.only("proot", "setpriv")))
+        environment = self.environment(PATH=self.only("proot", "setpriv"))
+        result = self.mac_root("--program", "/usr/bin/id", environment=environment)
         self.assertEqual((result.stdout, result.returncode), ("uid=501(ann) gid=20(staff) groups=20(staff)\n", 0))
         self.assertIn("bubblewrap: bwrap is not installed\n", result.stderr)
 

@@ -31,3 +31,9 @@ add_library(gnustep_standins OBJECT
 target_compile_options(gnustep_standins PRIVATE -Wno-objc-protocol-method-implementation)
 target_include_directories(gnustep_standins PUBLIC ${gnustepFolder}/../..)
 target_link_libraries(gnustep_standins PUBLIC frameworks)
+
+# The Security framework's binary, which the installer opens at run time: tools/mac-root puts it in its place.
+add_library(security_framework MODULE ${gnustepFolder}/security_framework/security_framework.mm)
+set_target_properties(security_framework PROPERTIES
+  PREFIX "" OUTPUT_NAME Security SUFFIX "" LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/mac-root)
+target_link_libraries(security_framework PRIVATE frameworks)

@@ -1,0 +1,144 @@
+"""The ways to run a program in a Mac-shaped root as an ordinary user, for machines that allow more or less."""
+
+import contextlib
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+
+from mac_root import newer_system_calls
+from mac_root.assembly import GROUP_ID, USER_ID, Refusal, give
+
+BECOME_USER = [f"--reuid={USER_ID}", f"--regid={GROUP_ID}", "--clear-groups"]
+PAGE = os.sysconf("SC_PAGE_SIZE")
+PROOT_END_SECONDS = 5
+
+
+class Bubblewrap:
+    """Namespaces of its own, that of users among them: the invoking user appears as the Mac's user."""
+    name = "bubblewrap"
+    needs = ["bwrap"]
+    needs_root = False
+    can_restrict = True
+    privileges = ["--unshare-user", "--uid", str(USER_ID), "--gid", str(GROUP_ID), "--cap-drop", "ALL"]
+    change_user = []
+
+    def owner(self):
+        return os.geteuid(), os.getegid()
+
+    def run(self, root, mounts, environment, program, **streams):
+        with contextlib.ExitStack() as fillers:
+            command, inherited = self.command(root, mounts, program, fillers)
+            process = subprocess.Popen(command, env=environment, pass_fds=inherited, **streams)
+        return process.wait()
+
+    def command(self, root, mounts, program, fillers):
+        arguments = [shutil.which("bwrap"), *self.privileges, "--unshare-pid", "--unshare-ipc", "--unshare-uts",
+                     "--die-with-parent", "--ro-bind", root, "/", "--dev", "/dev", "--proc", "/proc"]
+        inherited = []
+        for mount in mounts:
+            if mount.kind == "full":
+                # What takes up the one page lies in a folder that the user cannot empty.
+                filler = fillers.enter_context(open_filler()).fileno()
+                inherited.append(filler)
+                arguments += ["--size", str(PAGE), "--perms", "0777", "--tmpfs", mount.inside,
+                              "--perms", "0555", "--dir", f"{mount.inside}/.taken",
+                              "--file", str(filler), f"{mount.inside}/.taken/space"]
+            else:
+                arguments += ["--bind" if mount.kind == "changeable" else "--ro-bind", mount.host, mount.inside]
+        return [*arguments, "--chdir", "/", "--", *self.change_user, *program], inherited
+
+
+class BubblewrapAsRoot(Bubblewrap):
+    """The same without a namespace of users: root makes the others and becomes the Mac's user inside."""
+    name = "bubblewrap-as-root"
+    needs = ["bwrap", "setpriv"]
+    needs_root = True
+    privileges = ["--cap-drop", "ALL", "--cap-add", "CAP_SETUID", "--cap-add", "CAP_SETGID"]
+    change_user = ["/usr/bin/setpriv", *BECOME_USER, "--no-new-privs", "--"]
+
+    def owner(self):
+        return USER_ID, GROUP_ID
+
+
+class Proot:
+    """No namespace at all: system calls are traced and their paths replaced. Nothing can be read-only or full."""
+    name = "proot"
+    needs = ["proot", "setpriv"]
+    needs_root = False
+    can_restrict = False
+
+    def owner(self):
+        return (USER_ID, GROUP_ID) if os.geteuid() == 0 else (os.geteuid(), os.getegid())
+
+    def run(self, root, mounts, environment, program, **streams):
+        # proot lives on as long as any daemon that the program left behind, so the status comes by a pipe.
+        report, end = os.pipe()
+        reporting = ["/bin/bash", "-c", f'"$@" {end}>&-; echo $? >&{end}', "bash", *program]
+        process = subprocess.Popen(self.command(root, mounts, reporting), env=environment, pass_fds=[end],
+                                   preexec_fn=newer_system_calls.withhold, **streams)
+        os.close(end)
+        try:
+            with open(report, encoding="ascii") as lines:
+                status = lines.readline()
+            return int(status) if status else process.wait()
+        finally:
+            # This lets proot end all that it traces, and then clean up in the host's /tmp, which a kill would not.
+            process.send_signal(signal.SIGQUIT)
+            try:
+                process.wait(PROOT_END_SECONDS)
+            except subprocess.TimeoutExpired:
+                process.kill()
+
+    def command(self, root, mounts, program):
+        proot = shutil.which("proot")
+        if os.geteuid() == 0:
+            arguments = [shutil.which("setpriv"), *BECOME_USER, "--", proot]
+        else:
+            arguments = [proot, "-i", f"{USER_ID}:{GROUP_ID}"]
+        arguments += ["-v", "-1", "-r", root, "-b", "/dev", "-b", "/proc"]
+        for mount in mounts:
+            arguments += ["-b", f"{mount.host}:{mount.inside}"]
+        return [*arguments, "-w", "/", *program]
+
+
+def open_filler():
+    filler = tempfile.TemporaryFile()
+    filler.write(bytes(PAGE))
+    filler.seek(0)
+    return filler
+
+
+WAYS = [Bubblewrap(), BubblewrapAsRoot(), Proot()]
+
+
+def choose(root, options, mounts, environment):
+    """The first way, or the one asked for, by which a program really runs in the root."""
+    obstacles = []
+    for way in WAYS:
+        if options.way in (None, way.name):
+            obstacle = find_obstacle(way, root, options, mounts, environment)
+            if obstacle is None:
+                if obstacles:
+                    print(f"mac-root: falling back to {way.name}:", *obstacles, sep="\n  ", file=sys.stderr)
+                return way
+            obstacles.append(f"{way.name}: {obstacle}")
+    raise Refusal("\n  ".join(["nothing can be run in the root:", *obstacles]))
+
+
+def find_obstacle(way, root, options, mounts, environment):
+    for program in way.needs:
+        if not shutil.which(program):
+            return f"{program} is not installed"
+    if way.needs_root and os.geteuid() != 0:
+        return "only root can do that"
+    if not way.can_restrict and (options.read_only or options.full):
+        return "cannot make anything read-only or full"
+    give(root, options, *way.owner())
+    with tempfile.TemporaryFile() as errors:
+        status = way.run(root, mounts, environment, ["/usr/bin/true"],
+                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=errors)
+        errors.seek(0)
+        return (errors.read().decode(errors="replace").strip() or f"ends with status {status}") if status else None
