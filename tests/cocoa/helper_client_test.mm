@@ -108,6 +108,7 @@ class HelperClient : public testing::Test {
     registerMachService(service, nil);
     [delegate_.helperToolConnection invalidate];
     EXPECT_TRUE(serveMainLoopUntil([&] { return delegate_.helperToolConnection == nil; }));
+    serveMainQueue();
     [delegate_ release];
     [textView_ release];
     [helper_ release];

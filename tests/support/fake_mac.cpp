@@ -490,6 +490,12 @@ FakeMac::FakeMac() {
   fileManager.addFolder("/var/folders/T");
 }
 
+FakeMac::~FakeMac() {
+  if (delegate == nullptr || delegate->connection == nullptr) return;
+  dynamic_cast<FakeHelperConnection &>(*delegate->connection).invalidate();
+  mainQueue.run();
+}
+
 Mac FakeMac::mac() {
   return {
       .alertPanel = alertPanel,

@@ -384,6 +384,10 @@ class FakeDelegate final : public Delegate {
 class FakeMac {
  public:
   FakeMac();
+  /// Invalidates a live connection, as the end of a process does: until then it and the delegate hold each other.
+  ~FakeMac();
+  FakeMac(const FakeMac &) = delete;
+  FakeMac &operator=(const FakeMac &) = delete;
 
   Journal journal;
   FakeAlertPanel alertPanel{journal};

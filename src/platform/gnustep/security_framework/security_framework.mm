@@ -5,9 +5,6 @@
 //
 // Without Original the original cannot be had. With QueryFails the first call reports a failure although it has set
 // the flag. Without the list nothing is relocated.
-//
-// Must be linked with -z nodelete: the Objective-C runtime keeps pointers into every library that was ever loaded,
-// and a caller may close the framework after each question.
 
 #import <Foundation/Foundation.h>
 
@@ -23,10 +20,18 @@ NSString *text(const char *path) {
   return [[NSFileManager defaultManager] stringWithFileSystemRepresentation:path length:strlen(path)];
 }
 
-NSDictionary *readRelocations() {
+const char *pathOfThisLibrary() {
   Dl_info library;
-  if (dladdr(reinterpret_cast<void *>(&readRelocations), &library) == 0) return nil;
-  NSString *framework = [text(library.dli_fname) stringByDeletingLastPathComponent];
+  dladdr(reinterpret_cast<void *>(&pathOfThisLibrary), &library);
+  return library.dli_fname;
+}
+
+// A caller may close the framework after each question, but the Objective-C runtime keeps pointers into every library
+// that was ever loaded. So the library opens itself once more, and stays.
+__attribute__((constructor)) void stayLoaded() { dlopen(pathOfThisLibrary(), RTLD_LAZY); }
+
+NSDictionary *readRelocations() {
+  NSString *framework = [text(pathOfThisLibrary()) stringByDeletingLastPathComponent];
   return [NSDictionary
       dictionaryWithContentsOfFile:[framework stringByAppendingPathComponent:@"Resources/Relocations.plist"]];
 }

@@ -1,0 +1,22 @@
+"""What several of the checks start from."""
+
+import shutil
+import tempfile
+import unittest
+from pathlib import Path
+
+from support import product
+
+
+class ScratchFolder(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.scratch = Path(folder.name)
+
+
+class DistributionCopy(ScratchFolder):
+    def setUp(self):
+        super().setUp()
+        self.copy = self.scratch / "distribution"
+        shutil.copytree(product.DISTRIBUTION, self.copy, symlinks=True)

@@ -1,0 +1,59 @@
+"""The distribution that the checks look at: QUILLMARK_DISTRIBUTION, or what tools/build-macos has built."""
+
+import functools
+import os
+import re
+from pathlib import Path
+
+from support import macho
+
+REPOSITORY = Path(__file__).resolve().parent.parent.parent.parent
+SDK = REPOSITORY / "cmake/macos-sdk"
+DISTRIBUTION = Path(os.environ.get("QUILLMARK_DISTRIBUTION", REPOSITORY / "build/macos"))
+APPLICATION = DISTRIBUTION / "Quillmark Installer.app"
+CONTENTS = APPLICATION / "Contents"
+RESOURCES = CONTENTS / "Resources"
+EXECUTABLE = CONTENTS / "MacOS/Quillmark Installer"
+
+HELPER_LABEL = "com.quillmark.customInstaller.Helper"
+MINIMUM_MACOS = {"x86_64": "10.8", "arm64": "11.0"}
+
+
+@functools.cache
+def slices():
+    return macho.slices(EXECUTABLE.read_bytes())
+
+
+def is_signed_bundle():
+    """Whether the whole bundle is signed, which only a Mac does, or the linker has signed the executable alone."""
+    return (CONTENTS / "_CodeSignature").exists()
+
+
+def project_version():
+    return re.search(r"^project\(\S+ VERSION (\S+)", (REPOSITORY / "CMakeLists.txt").read_text(), re.MULTILINE)[1]
+
+
+def comparable(version):
+    return tuple(int(number) for number in version.split("."))
+
+
+def stub_symbols(folder=SDK):
+    """Every symbol of the link stubs: its name as an executable imports it, to the macOS version that brought it."""
+    symbols = {}
+    prefixes = {"symbols": [""], "objc-classes": ["_OBJC_CLASS_$_", "_OBJC_METACLASS_$_"],
+                "objc-eh-types": ["_OBJC_EHTYPE_$_"]}
+    for stub in sorted(folder.rglob("*.tbd")):
+        kind = None
+        for line in stub.read_text().splitlines():
+            heading = re.fullmatch(r"    ([a-z-]+):", line)
+            entry = re.fullmatch(r"      - (\S+)  # (\d+\.\d+(?:\.\d+)?) \S.*", line)
+            if heading:
+                kind = heading[1]
+            elif entry:
+                for prefix in prefixes[kind]:
+                    symbols[prefix + entry[1]] = entry[2]
+            elif line.startswith("      "):
+                raise ValueError(f"{stub}: \"{line.strip()}\" names no version and source")
+    if not symbols:
+        raise ValueError(f"no stub in {folder} names a symbol")
+    return symbols

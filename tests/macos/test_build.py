@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""Checks the cross build itself: what it refuses to compile and link, its stubs, and that it is reproducible."""
+
+import json
+import os
+import re
+import shlex
+import shutil
+import subprocess
+import unittest
+from pathlib import Path
+
+from support import macho, product
+from support.copies import ScratchFolder
+
+TREES = {architecture: product.REPOSITORY / f"build/macos-{architecture}" for architecture in ("x86_64", "arm64")}
+HEADERS = product.REPOSITORY / "build/darwin-headers"
+# What a build reads of the sources; a copy of these must build to the same bytes.
+SOURCES = ["CMakeLists.txt", "CMakePresets.json", "cmake", "resources", "src", "tools"]
+
+COLOUR = "NSColor *colour() { return %s; }\n"
+NEWER_COLOUR = "[NSColor colorWithRed:0 green:0 blue:0 alpha:1]"
+OLDER_COLOUR = "[NSColor colorWithSRGBRed:0 green:0 blue:0 alpha:1]"
+
+
+def run(command, **options):
+    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=500, **options)
+
+
+class Availability(ScratchFolder):
+    """The probes are compiled with the options that the product's own sources are compiled with."""
+
+    def compile(self, architecture, text, like="cocoa_typography.mm"):
+        commands = json.loads((TREES[architecture] / "compile_commands.json").read_text())
+        entry, = (entry for entry in commands if entry["file"].endswith(f"/{like}"))
+        probe = self.scratch / f"probe{Path(like).suffix}"
+        probe.write_text("#import <AppKit/AppKit.h>\n" + text if like.endswith(".mm") else text)
+        command = [str(probe) if word == entry["file"] else word for word in shlex.split(entry["command"])]
+        command[command.index("-o") + 1] = str(self.scratch / "probe.o")
+        self.assertIn(str(probe), command)
+        return run(command, cwd=entry["directory"])
+
+    def assert_compiles(self, *arguments, **options):
+        outcome = self.compile(*arguments, **options)
+        self.assertEqual(outcome.returncode, 0, outcome.stdout)
+
+    def assert_refused(self, message, *arguments, **options):
+        outcome = self.compile(*arguments, **options)
+        self.assertNotEqual(outcome.returncode, 0, "the probe was compiled")
+        self.assertIn(message, outcome.stdout)
+
+    def test_a_call_newer_than_the_slices_target_is_an_error(self):
+        self.assert_refused("'colorWithRed:green:blue:alpha:' is only available on macOS 10.9 or newer",
+                            "x86_64", COLOUR % NEWER_COLOUR)
+        self.assert_compiles("arm64", COLOUR % NEWER_COLOUR)
+
+    def test_a_guarded_newer_call_and_an_older_one_are_compiled(self):
+        guarded = f"NSColor *colour() {{ if (@available(macOS 10.9, *)) return {NEWER_COLOUR}; return nil; }}\n"
+        self.assert_compiles("x86_64", guarded)
+        self.assert_compiles("x86_64", COLOUR % OLDER_COLOUR)
+
+    def test_a_part_of_the_c_library_newer_than_the_target_is_an_error(self):
+        newer = "#include <time.h>\nint now(timespec *t) { return clock_gettime(CLOCK_REALTIME, t); }\n"
+        self.assert_refused("only available on macOS 10.12 or newer", "x86_64", newer, like="layout.cpp")
+        self.assert_compiles("arm64", newer, like="layout.cpp")
+
+    def test_a_part_of_the_standard_library_newer_than_the_target_is_an_error(self):
+        newer = '#include <filesystem>\nbool there() { return std::filesystem::exists("/"); }\n'
+        self.assert_refused("is unavailable: introduced in macOS 10.15", "x86_64", newer, like="layout.cpp")
+        self.assert_compiles("arm64", newer, like="layout.cpp")
+
+    def test_a_call_that_is_not_declared_is_an_error(self):
+        self.assert_refused("instance method '-beep' not found", "arm64", "void beep() { [NSApp beep]; }\n")
+
+    def test_zeroing_weak_references_are_compiled_without_automatic_counting(self):
+        self.assert_compiles("x86_64", "#if __has_feature(objc_arc)\n#error counted\n#endif\n"
+                                       "@interface Owner : NSObject { __weak NSWindow *window; }\n@end\n")
+
+
+class Linking(ScratchFolder):
+    def link(self, architecture, *arguments):
+        """Links the product again, to a file of its own, with the arguments added."""
+        listed = run(["ninja", "-C", TREES[architecture], "-t", "commands", "src/Quillmark Installer"]).stdout
+        command = listed.rstrip().splitlines()[-1].removeprefix(": && ").removesuffix(" && :")
+        target = self.scratch / "linked"
+        words = [str(target) if word == "src/Quillmark Installer" else word for word in shlex.split(command)]
+        self.assertIn(str(target), words)
+        return run([*words, *arguments], cwd=TREES[architecture]), target
+
+    def probe(self, architecture, text):
+        source, compiled = self.scratch / "probe.cpp", self.scratch / "probe.o"
+        source.write_text(text)
+        target = f"{architecture}-apple-macosx{product.MINIMUM_MACOS[architecture]}"
+        self.assertEqual(run(["clang++-19", f"--target={target}", "-c", source, "-o", compiled]).returncode, 0)
+        return str(compiled)
+
+    def test_a_symbol_that_no_stub_names_is_an_error(self):
+        call = self.probe("x86_64", 'extern "C" int arc4random(); __attribute__((used)) int f() { return arc4random(); }')
+        outcome, _ = self.link("x86_64", call)
+        self.assertNotEqual(outcome.returncode, 0)
+        self.assertIn("undefined symbol: arc4random", outcome.stdout)
+
+    def test_a_symbol_newer_than_the_intel_target_is_an_error_in_the_intel_slice_only(self):
+        text = 'extern "C" void *objc_alloc(void *); __attribute__((used)) void *f() { return objc_alloc(0); }'
+        outcome, _ = self.link("x86_64", self.probe("x86_64", text))
+        self.assertNotEqual(outcome.returncode, 0)
+        self.assertIn("undefined symbol: objc_alloc", outcome.stdout)
+        outcome, _ = self.link("arm64", self.probe("arm64", text))
+        self.assertEqual(outcome.returncode, 0, outcome.stdout)
+
+    def test_pointers_and_methods_are_read_the_same_in_both_ways_of_writing_them(self):
+        outcome, plain = self.link("arm64")
+        self.assertEqual(outcome.returncode, 0, outcome.stdout)
+        one = macho.Slice(plain.read_bytes())
+        outcome, other = self.link("arm64", "-Wl,-fixup_chains", "-Wl,-objc_relative_method_lists")
+        self.assertEqual(outcome.returncode, 0, outcome.stdout)
+        another = macho.Slice(other.read_bytes())
+        self.assertNotEqual(one.content, another.content)
+        self.assertTrue(one.classes())
+        self.assertEqual(one.classes(), another.classes())
+        self.assertEqual(one.protocols(), another.protocols())
+
+    def test_no_framework_stub_names_a_symbol_in_vain(self):
+        imported = {symbol for one in product.slices().values() for symbol in one.imports}
+        # The metaclasses come with their classes.
+        named = {symbol for symbol in product.stub_symbols(product.SDK / "System")
+                 if not symbol.startswith("_OBJC_METACLASS_")}
+        self.assertTrue(named)
+        self.assertEqual(sorted(named - imported), [])
+
+    def test_no_framework_header_declares_a_method_in_vain(self):
+        sent = {text for one in product.slices().values() for text in one.strings()}
+        declared = set()
+        for header in sorted((product.SDK / "System").rglob("*.h")):
+            for method in re.findall(r"^[-+] \([^;]*?;", header.read_text(), re.MULTILINE):
+                selector = re.sub(r"\s(SINCE|NS_FORMAT_FUNCTION)\w*\([^)]*\)|, \.\.\.|;", "", method)
+                parts = re.findall(r"(\w+):", selector)
+                declared.add("".join(f"{part}:" for part in parts) if parts else re.search(r"(\w+)$", selector)[1])
+        self.assertGreater(len(declared), 50)
+        self.assertEqual(sorted(declared - sent), [])
+
+
+class Reproduction(ScratchFolder):
+    def test_two_builds_from_two_folders_give_the_same_bytes(self):
+        copy = self.scratch / "another folder" / "of the sources"
+        copy.mkdir(parents=True)
+        for source in SOURCES:
+            if (product.REPOSITORY / source).is_dir():
+                shutil.copytree(product.REPOSITORY / source, copy / source, symlinks=True)
+            else:
+                shutil.copy2(product.REPOSITORY / source, copy / source)
+        built = run([copy / "tools/build-macos"], env={**os.environ, "QUILLMARK_DARWIN_HEADERS": str(HEADERS)})
+        self.assertEqual(built.returncode, 0, built.stdout)
+        here, there = self.contents(product.REPOSITORY / "build/macos"), self.contents(copy / "build/macos")
+        self.assertIn("Quillmark Installer.app/Contents/MacOS/Quillmark Installer", here)
+        self.assertEqual(sorted(here), sorted(there))
+        self.assertEqual([path for path in here if here[path] != there[path]], [])
+
+    def contents(self, folder):
+        found = {}
+        for path in sorted(folder.rglob("*")):
+            mode = path.lstat().st_mode
+            content = os.readlink(path) if path.is_symlink() else path.read_bytes() if path.is_file() else None
+            found[str(path.relative_to(folder))] = (mode, content)
+        return found
+
+
+if __name__ == "__main__":
+    unittest.main()

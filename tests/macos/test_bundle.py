@@ -1,0 +1,234 @@
+#!/usr/bin/env python3
+"""Looks at the shipped bundle around its executable: layout, Info.plist, icon, translations, payload."""
+
+import plistlib
+import re
+import stat
+import struct
+import subprocess
+import unittest
+import zlib
+
+from support import product
+
+INFO = {
+    "CFBundleDevelopmentRegion": "en",
+    "CFBundleDisplayName": "Quillmark Installer",
+    "CFBundleExecutable": "Quillmark Installer",
+    "CFBundleIconFile": "Installer",
+    "CFBundleIdentifier": "com.quillmark.customInstaller",
+    "CFBundleInfoDictionaryVersion": "6.0",
+    "CFBundleName": "Quillmark Installer",
+    "CFBundlePackageType": "APPL",
+    "CFBundleShortVersionString": product.project_version(),
+    "CFBundleSignature": "????",
+    "CFBundleVersion": product.project_version(),
+    "LSApplicationCategoryType": "public.app-category.utilities",
+    "LSMinimumSystemVersion": product.MINIMUM_MACOS["x86_64"],
+    "NSHighResolutionCapable": True,
+    "NSHumanReadableCopyright": "Copyright © Quillmark. All rights reserved.",
+    "NSMainNibFile": "MainMenu",
+    "NSPrincipalClass": "NSApplication",
+}
+
+STRINGS = sorted((product.REPOSITORY / "resources").glob("*.lproj/*.strings"))
+FILES = {
+    "Info.plist",
+    "PkgInfo",
+    "MacOS/Quillmark Installer",
+    "Resources/Installer.icns",
+    "Resources/client.down.tunnelblick.sh",
+    "Resources/client.up.tunnelblick.sh",
+    *(f"Resources/{path.parent.name}/{path.name}" for path in STRINGS),
+}
+CLIENT = "Resources/Quillmark.app/"
+# One of the two: as ibtool compiled it on a Mac, or as it is.
+INTERFACE = ("Resources/MainMenu.nib", "Resources/MainMenu.xib")
+# What the steps of a release on a Mac add: the helper tool, the bundle's signature, the notary's ticket.
+RELEASE_FILES = {
+    f"Library/LaunchServices/{product.HELPER_LABEL}",
+    "_CodeSignature/CodeResources",
+    "CodeResources",
+}
+
+# Each type of an .icns element with the pixels of its side.
+ICON_COLOURS = {"is32": 16, "il32": 32}
+ICON_MASKS = {"s8mk": 16, "l8mk": 32}
+ICON_PNGS = {"ic07": 128, "ic08": 256, "ic09": 512, "ic10": 1024, "ic11": 32, "ic12": 64, "ic13": 256, "ic14": 512}
+
+
+def files_below(folder):
+    return {str(path.relative_to(folder)) for path in folder.rglob("*") if path.is_symlink() or not path.is_dir()}
+
+
+class Layout(unittest.TestCase):
+    maxDiff = None
+
+    def test_the_bundle_holds_these_files_and_no_others(self):
+        found = files_below(product.CONTENTS)
+        own = {file for file in found if not file.startswith(CLIENT)}
+        interface = own & set(INTERFACE) | {file for file in own if file.startswith("Resources/MainMenu.nib/")}
+        self.assertTrue(interface, "there is no interface file")
+        self.assertFalse({INTERFACE[1]} < interface, "the interface file is there twice")
+        self.assertEqual(sorted(own - interface - RELEASE_FILES), sorted(FILES))
+        self.assertEqual([path.name for path in product.APPLICATION.iterdir()], ["Contents"])
+
+    def test_the_distribution_is_the_application_and_the_components(self):
+        self.assertEqual(sorted(path.name for path in product.DISTRIBUTION.iterdir()),
+                         ["Quillmark Installer.app", "components"])
+
+    def test_the_payload_is_complete(self):
+        check = subprocess.run([product.REPOSITORY / "tools/check-payload", product.RESOURCES, product.DISTRIBUTION],
+                               stdout=subprocess.PIPE, text=True, timeout=60)
+        self.assertEqual((check.stdout, check.returncode), ("", 0))
+
+    def test_anybody_may_read_what_is_the_installers_own(self):
+        for file in sorted(FILES - {"MacOS/Quillmark Installer"}):
+            with self.subTest(file):
+                mode = stat.S_IMODE((product.CONTENTS / file).stat().st_mode)
+                self.assertEqual(mode, 0o755 if file.endswith(".sh") else 0o644)
+
+    def test_package_info_names_the_type_of_info_plist(self):
+        self.assertEqual((product.CONTENTS / "PkgInfo").read_text(),
+                         INFO["CFBundlePackageType"] + INFO["CFBundleSignature"])
+
+
+class InfoPlist(unittest.TestCase):
+    maxDiff = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.info = plistlib.loads((product.CONTENTS / "Info.plist").read_bytes())
+
+    def test_it_has_these_keys_and_no_others(self):
+        self.assertEqual(sorted(self.info), sorted([*INFO, "SMPrivilegedExecutables"]))
+
+    def test_every_value_is_the_stated_one(self):
+        for key, value in INFO.items():
+            with self.subTest(key):
+                self.assertEqual(self.info.get(key), value)
+                self.assertIs(type(self.info.get(key)), type(value))
+
+    def test_the_version_is_the_projects(self):
+        self.assertRegex(product.project_version(), r"^\d+\.\d+\.\d+$")
+        self.assertEqual(self.info["CFBundleVersion"], product.project_version())
+
+    def test_the_oldest_system_is_the_one_that_the_intel_slice_is_for(self):
+        self.assertEqual(self.info["LSMinimumSystemVersion"], product.slices()["x86_64"].minimum)
+
+    def test_the_files_that_it_names_are_there(self):
+        self.assertTrue((product.CONTENTS / "MacOS" / self.info["CFBundleExecutable"]).is_file())
+        self.assertTrue((product.RESOURCES / f"{self.info['CFBundleIconFile']}.icns").is_file())
+        self.assertTrue(any((product.RESOURCES / f"{self.info['NSMainNibFile']}.{kind}").exists()
+                            for kind in ("nib", "xib")))
+
+    def test_the_helper_may_be_blessed_under_its_label_with_a_requirement_that_names_it_and_a_team(self):
+        self.assertEqual(list(self.info["SMPrivilegedExecutables"]), [product.HELPER_LABEL])
+        requirement = self.info["SMPrivilegedExecutables"][product.HELPER_LABEL]
+        self.assertIn(f'identifier "{product.HELPER_LABEL}"', requirement)
+        self.assertIn("anchor apple generic", requirement)
+        self.assertRegex(requirement, r'certificate leaf\[subject\.OU\] = "[A-Z0-9]{10}"')
+
+    def test_the_label_is_the_one_that_the_executable_asks_for(self):
+        for architecture, one in product.slices().items():
+            with self.subTest(architecture):
+                self.assertIn(product.HELPER_LABEL, set(one.strings()))
+
+
+class Icon(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.elements = {}
+        content = (product.RESOURCES / "Installer.icns").read_bytes()
+        kind, length = struct.unpack_from(">4sI", content)
+        if kind != b"icns" or length != len(content):
+            raise ValueError("Installer.icns is not an icon file of its own length")
+        at = 8
+        while at < length:
+            kind, size = struct.unpack_from(">4sI", content, at)
+            cls.elements[kind.decode()] = content[at + 8:at + size]
+            at += size
+
+    def test_it_has_every_size_from_16_to_1024_in_both_resolutions(self):
+        self.assertEqual(sorted(self.elements), sorted([*ICON_COLOURS, *ICON_MASKS, *ICON_PNGS]))
+
+    def test_every_picture_has_its_size_and_clear_corners_around_a_drawing(self):
+        for kind, side in ICON_PNGS.items():
+            with self.subTest(kind):
+                rows = self.decoded_png(self.elements[kind], side)
+                self.assertEqual({rows[y][4 * x + 3] for y in (0, -1) for x in (0, side - 1)}, {0}, "corners")
+                colours = {row[at:at + 4] for row in rows for at in range(0, 4 * side, 4)}
+                self.assertGreater(len(colours), side, "shades")
+
+    def test_every_classic_picture_unpacks_to_three_channels_and_has_a_mask(self):
+        for kind, side in ICON_COLOURS.items():
+            with self.subTest(kind):
+                self.assertEqual(len(self.unpacked(self.elements[kind])), 3 * side * side)
+        for kind, side in ICON_MASKS.items():
+            with self.subTest(kind):
+                mask = self.elements[kind]
+                self.assertEqual(len(mask), side * side)
+                self.assertEqual((mask[0], mask[side * side // 2 + side // 2]), (0, 255), "corner and middle")
+
+    def decoded_png(self, data, side):
+        self.assertEqual(data[:8], b"\x89PNG\r\n\x1a\n")
+        chunks, at = {}, 8
+        while at < len(data):
+            size, kind = struct.unpack_from(">I4s", data, at)
+            content = data[at + 8:at + 8 + size]
+            self.assertEqual(struct.unpack_from(">I", data, at + 8 + size)[0], zlib.crc32(kind + content))
+            chunks[kind] = content
+            at += 12 + size
+        self.assertEqual(struct.unpack(">IIBBBBB", chunks[b"IHDR"]), (side, side, 8, 6, 0, 0, 0))
+        pixels = zlib.decompress(chunks[b"IDAT"])
+        rows = [pixels[y * (4 * side + 1):(y + 1) * (4 * side + 1)] for y in range(side)]
+        self.assertEqual(len(pixels), side * (4 * side + 1))
+        self.assertEqual({row[0] for row in rows}, {0}, "filters")
+        return [row[1:] for row in rows]
+
+    def unpacked(self, data):
+        out, at = bytearray(), 0
+        while at < len(data):
+            if data[at] < 128:
+                out += data[at + 1:at + 2 + data[at]]
+                at += 2 + data[at]
+            else:
+                out += data[at + 1:at + 2] * (data[at] - 125)
+                at += 2
+        return out
+
+
+class Translations(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        """The entries of every strings file, by its place in the bundle's resources."""
+        cls.tables = {}
+        for path in sorted(product.RESOURCES.glob("*.lproj/*.strings")):
+            entries = re.findall(r'^"((?:[^"\\]|\\.)*)" = "((?:[^"\\]|\\.)*)";$', path.read_text(encoding="utf-8"),
+                                 re.MULTILINE)
+            cls.tables[f"{path.parent.name}/{path.name}"] = dict(entries)
+
+    def test_the_keys_are_texts_that_the_executable_looks_up(self):
+        english = self.tables["en.lproj/Localizable.strings"]
+        self.assertTrue(english)
+        for architecture, one in product.slices().items():
+            with self.subTest(architecture):
+                self.assertEqual(sorted(set(english) - set(one.strings())), [])
+
+    def test_every_language_translates_every_key_and_english_leaves_it_as_it_is(self):
+        english = self.tables["en.lproj/Localizable.strings"]
+        for place, entries in self.tables.items():
+            with self.subTest(place):
+                self.assertEqual(sorted(entries), sorted(english))
+                self.assertNotIn("", entries.values())
+                if place.startswith("en.lproj/"):
+                    self.assertEqual(list(entries.keys()), list(entries.values()))
+
+    def test_the_files_are_those_of_the_sources(self):
+        for path in STRINGS:
+            with self.subTest(f"{path.parent.name}/{path.name}"):
+                self.assertEqual((product.RESOURCES / path.parent.name / path.name).read_bytes(), path.read_bytes())
+
+
+if __name__ == "__main__":
+    unittest.main()

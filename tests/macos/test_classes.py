@@ -1,0 +1,180 @@
+#!/usr/bin/env python3
+"""Looks at the Objective-C classes and the helper's protocol as the shipped executable describes them."""
+
+import unittest
+
+from support import product
+
+AUTHORIZATION = "^{AuthorizationOpaqueRef=}"
+
+# Name and type of each variable of AppDelegate, in order. BOOL is a char on Intel and a bool on Apple silicon.
+VARIABLES = [
+    ("_authRef", AUTHORIZATION),
+    ("didInstall", "BOOL"),
+    ("termsAndConditionsText", '@"NSTextField"'),
+    ("_window", '@"NSWindow"'),
+    ("_textView", '@"NSTextView"'),
+    ("_tac", '@"NSTextField"'),
+    ("_TACText", '@"NSTextFieldCell"'),
+    ("_authorization", '@"NSData"'),
+    ("_helperToolConnection", '@"NSXPCConnection"'),
+    ("_installButtonTitle", '@"NSAttributedString"'),
+    ("_TCCheckBoxOutlet", '@"NSButtonCell"'),
+    ("_termsAndConditionsTextField", '@"NSTextField"'),
+    ("_checkboxOutlet", '@"NSButton"'),
+    ("_linkBtnOutlet", '@"NSButton"'),
+    ("_TCLabel", '@"NSTextField"'),
+    ("_andText", '@"NSTextField"'),
+    ("_privacyTextOutlet", '@"NSButton"'),
+]
+
+# Name of each property of AppDelegate, in order, with its attributes: N nonatomic, C copy, & strong, W weak, V variable.
+PROPERTIES = [
+    ("window", 'T@"NSWindow",N,V_window'),
+    ("textView", 'T@"NSTextView",N,V_textView'),
+    ("tac", 'T@"NSTextField",W,V_tac'),
+    ("TACText", 'T@"NSTextFieldCell",W,V_TACText'),
+    ("authorization", 'T@"NSData",C,V_authorization'),
+    ("helperToolConnection", 'T@"NSXPCConnection",&,V_helperToolConnection'),
+    ("installButtonTitle", 'T@"NSAttributedString",&,V_installButtonTitle'),
+    ("TCCheckBoxOutlet", 'T@"NSButtonCell",W,V_TCCheckBoxOutlet'),
+    ("termsAndConditionsTextField", 'T@"NSTextField",W,V_termsAndConditionsTextField'),
+    ("checkboxOutlet", 'T@"NSButton",W,V_checkboxOutlet'),
+    ("linkBtnOutlet", 'T@"NSButton",W,V_linkBtnOutlet'),
+    ("TCLabel", 'T@"NSTextField",W,V_TCLabel'),
+    ("andText", 'T@"NSTextField",W,V_andText'),
+    ("privacyTextOutlet", 'T@"NSButton",W,V_privacyTextOutlet'),
+    ("didInstall", "TBOOL,VdidInstall"),
+    ("termsAndConditionsText", 'T@"NSTextField",W,VtermsAndConditionsText'),
+]
+
+# The compiler adds to a class's own the properties of the protocols that it adopts; these are the NSObject protocol's.
+INHERITED_PROPERTIES = ["hash", "superclass", "description", "debugDescription"]
+
+METHODS = [
+    ("clickOnTC:", "v24@0:8@16"),
+    ("termsAndConditionClicked:", "v24@0:8@16"),
+    ("privacyPolicyClicked:", "v24@0:8@16"),
+    ("applicationDidFinishLaunching:", "v24@0:8@16"),
+    ("attributedString:withColor:", "@32@0:8@16@24"),
+    ("applicationShouldTerminateAfterLastWindowClosed:", "BOOL24@0:8@16"),
+    ("logText:", "v24@0:8@16"),
+    ("logWithFormat:", "v24@0:8@16"),
+    ("logError:", "v24@0:8@16"),
+    ("connectToHelperTool", "v16@0:8"),
+    ("connectAndExecuteCommandBlock:", "v24@0:8@?16"),
+    ("installAction:", "v24@0:8@16"),
+    ("getVersionAction:", "v24@0:8@16"),
+    ("installButtonClick:", "v24@0:8@16"),
+    ("homeDirectory", "@16@0:8"),
+    ("writeToTextFile", "v16@0:8"),
+    ("writeToTextFileRMM", "v16@0:8"),
+    ("getMacVersion", "@16@0:8"),
+    ("installQuillmarkApplication", "v16@0:8"),
+    ("installQuillmarkApplicationRMM", "v16@0:8"),
+    ("installQuillmarkApplication2", "v16@0:8"),
+    ("bindAction:", "v24@0:8@16"),
+    ("componentsArePresent:", "BOOL24@0:8@16"),
+    ("doQuitApplication:", "v24@0:8@16"),
+]
+
+# What manual retain/release and zeroing weak references need beside the declared methods.
+LIFETIME_METHODS = {"dealloc", ".cxx_destruct"}
+
+COMMON_METHODS = [
+    ("commandInfo", "@16@0:8"),
+    ("authorizationRightForCommand:", "@24@0:8:16"),
+    ("enumerateRightsUsingBlock:", "v24@0:8@?16"),
+    ("setupAuthorizationRights:", f"v24@0:8{AUTHORIZATION}16"),
+]
+
+# With the extended types, from which the connection learns the classes that a message and its reply carry.
+HELPER_MESSAGES = [
+    ("connectWithEndpointReply:", 'v24@0:8@?<v@?@"NSXPCListenerEndpoint">16'),
+    ("getVersionWithReply:", 'v24@0:8@?<v@?@"NSString">16'),
+    ("install:authorization:withReply:", 'v40@0:8@"NSString"16@"NSData"24@?<v@?@"NSError">32'),
+    ("bindToLowNumberPortAuthorization:withReply:",
+     'v32@0:8@"NSData"16@?<v@?@"NSError"@"NSFileHandle"@"NSFileHandle">24'),
+]
+
+
+def setter(name):
+    return f"set{name[0].upper()}{name[1:]}:"
+
+
+def pairs(methods):
+    return [(method.name, method.types) for method in methods]
+
+
+class Classes(unittest.TestCase):
+    maxDiff = None
+
+    def each(self, check):
+        """Calls the check with each slice and with a function that says BOOL as that slice does."""
+        for architecture, one in product.slices().items():
+            bool_type = {"x86_64": "c", "arm64": "B"}[architecture]
+            with self.subTest(architecture):
+                check(one, lambda expected: [(name, text.replace("BOOL", bool_type)) for name, text in expected])
+
+    def test_the_executable_defines_these_classes_and_no_others(self):
+        def check(one, _):
+            self.assertEqual(sorted(one.classes()), ["AppDelegate", "Common"])
+
+        self.each(check)
+
+    def test_the_delegate_is_an_object_that_adopts_the_application_delegate(self):
+        def check(one, _):
+            delegate = one.classes()["AppDelegate"]
+            self.assertEqual(delegate.superclass, "NSObject")
+            self.assertEqual(delegate.adopted, ["NSApplicationDelegate"])
+
+        self.each(check)
+
+    def test_the_delegate_has_its_seventeen_variables_in_order(self):
+        def check(one, typed):
+            variables = [(variable.name, variable.type) for variable in one.classes()["AppDelegate"].variables]
+            self.assertEqual(variables, typed(VARIABLES))
+
+        self.each(check)
+
+    def test_the_delegate_has_its_sixteen_properties_in_order(self):
+        def check(one, typed):
+            properties = [(prop.name, prop.attributes) for prop in one.classes()["AppDelegate"].properties]
+            self.assertEqual(properties[:len(PROPERTIES)], typed(PROPERTIES))
+            self.assertIn([name for name, _ in properties[len(PROPERTIES):]], ([], INHERITED_PROPERTIES))
+
+        self.each(check)
+
+    def test_the_delegate_has_its_methods_in_the_declared_order(self):
+        accessors = [accessor for name, _ in PROPERTIES for accessor in (name, setter(name))]
+        def check(one, typed):
+            methods = [method for method in pairs(one.classes()["AppDelegate"].instance_methods)
+                       if method[0] not in LIFETIME_METHODS]
+            self.assertEqual(methods[:len(METHODS)], typed(METHODS))
+            self.assertEqual(sorted(name for name, _ in methods[len(METHODS):]), sorted(accessors))
+            self.assertEqual(one.classes()["AppDelegate"].class_methods, [])
+
+        self.each(check)
+
+    def test_the_rights_catalogue_is_class_methods_only(self):
+        def check(one, _):
+            common = one.classes()["Common"]
+            self.assertEqual(pairs(common.class_methods), COMMON_METHODS)
+            self.assertEqual((common.instance_methods, common.variables, common.properties, common.adopted),
+                             ([], [], [], []))
+            self.assertEqual(common.superclass, "NSObject")
+
+        self.each(check)
+
+    def test_the_helper_protocol_has_its_messages_in_order_with_the_classes_that_they_carry(self):
+        def check(one, _):
+            protocol = one.protocols().get("HelperToolProtocol")
+            self.assertIsNotNone(protocol, "the executable does not describe HelperToolProtocol")
+            self.assertEqual(pairs(protocol.methods), HELPER_MESSAGES)
+            self.assertEqual((protocol.others, protocol.properties, protocol.adopted), ([], [], []))
+
+        self.each(check)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,185 @@
+"""A virtual display with a window manager, a mouse and a keyboard."""
+
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+from typing import NamedTuple
+
+from support.picture import Area, read_window_dump
+from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, until
+
+WIDTH, HEIGHT = 1024, 768
+CORNER = (WIDTH - 1, HEIGHT - 1)
+# GNUstep misses the release of a button that is let go at once.
+PRESS_SECONDS = "0.1"
+PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
+            "xwininfo": "x11-utils", "setpriv": "util-linux"}
+
+
+class Window(NamedTuple):
+    identifier: str
+    title: str
+    area: Area
+
+
+class Desktop:
+    def __init__(self):
+        missing = [f"{program} (package {package})" for program, package in PACKAGES.items()
+                   if not shutil.which(program)]
+        if missing:
+            raise unittest.SkipTest("no virtual display without " + ", ".join(missing))
+        self.folder = Path(tempfile.mkdtemp(prefix="desktop-"))
+        self.processes = []
+        try:
+            self.start()
+        except BaseException:
+            self.close()
+            raise
+
+    def start(self):
+        number, end = os.pipe()
+        self.run_in_background("Xvfb", "-displayfd", str(end), "-screen", "0", f"{WIDTH}x{HEIGHT}x24",
+                               "-fbdir", str(self.folder), "-nolisten", "tcp", "-noreset", pass_fds=[end])
+        os.close(end)
+        with open(number, encoding="ascii") as line:
+            display = line.readline().strip()
+        if not display:
+            raise unittest.SkipTest("Xvfb cannot open a display here")
+        self.name = f":{display}"
+        self.environment = {**os.environ, "DISPLAY": self.name}
+
+        recorder = self.run_in_background("xev", "-root", "-event", "substructure", stdout=subprocess.PIPE)
+        self.events = Lines(recorder.stdout)
+        until(lambda: "SubstructureNotify" in self.ask("xwininfo", "-root", "-events"), "the recording of windows")
+        self.run_in_background("openbox")
+        until(self.is_managed, "the window manager")
+        self.move_to(*CORNER)
+        self.first_event = len(self.events.lines)
+
+    def close(self):
+        for process in reversed(self.processes):
+            process.kill()
+            process.wait()
+        shutil.rmtree(self.folder)
+
+    def run_in_background(self, *command, stdout=subprocess.DEVNULL, **options):
+        environment = getattr(self, "environment", None)
+        process = subprocess.Popen(ending_with_us(*command), env=environment, stdin=subprocess.DEVNULL, stdout=stdout,
+                                   stderr=subprocess.DEVNULL, **options)
+        self.processes.append(process)
+        return process
+
+    def ask(self, *command):
+        return output_of(*command, env=self.environment)
+
+    def is_managed(self):
+        return subprocess.run(["wmctrl", "-m"], env=self.environment, capture_output=True, check=False,
+                              timeout=DEADLINE_SECONDS).returncode == 0
+
+    # Screen
+
+    def picture(self):
+        return read_window_dump(self.folder / "Xvfb_screen0")
+
+    # Mouse and keyboard
+
+    def move_to(self, x, y):
+        self.ask("xdotool", "mousemove", str(x), str(y))
+
+    def click(self, x, y):
+        """Clicks, and moves the pointer out of the way."""
+        self.ask("xdotool", "mousemove", str(x), str(y), "mousedown", "1", "sleep", PRESS_SECONDS, "mouseup", "1",
+                 "mousemove", *map(str, CORNER))
+
+    def hold(self, x, y):
+        """Presses the button of the mouse without letting it go."""
+        self.ask("xdotool", "mousemove", str(x), str(y), "mousedown", "1")
+
+    def let_go(self):
+        self.ask("xdotool", "mouseup", "1")
+
+    def press(self, key):
+        self.ask("xdotool", "key", key)
+
+    # Windows
+
+    def windows(self):
+        """The windows that a person sees now, without the screen's own and the window manager's."""
+        found = []
+        for line in self.ask("wmctrl", "-l").splitlines():
+            identifier, _, _, title = line.split(maxsplit=3)
+            area = self.area_of(identifier)
+            if area:
+                found.append(Window(identifier, title, area))
+        return found
+
+    def areas_of_visible(self, title):
+        """Where windows with that title lie that a person sees, the window manager's business or not."""
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.environment,
+                               capture_output=True, text=True, check=False, timeout=DEADLINE_SECONDS)
+        return list(filter(None, map(self.area_of, found.stdout.split())))
+
+    def area_of(self, identifier):
+        """Where the window lies, or None if it has gone meanwhile."""
+        asked = subprocess.run(["xwininfo", "-id", identifier], env=self.environment, capture_output=True, text=True,
+                               check=False, timeout=DEADLINE_SECONDS)
+        if asked.returncode != 0:
+            return None
+        labels = ["Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"]
+        return Area(*(int(re.search(rf"{label}: +(-?\d+)", asked.stdout)[1]) for label in labels))
+
+    def wait_for_windows(self, condition, what):
+        """Waits until the condition holds for the list of windows; answers with what the condition answered."""
+
+        def look_again():
+            seen = len(self.events.lines)
+            answer = condition(self.windows())
+            if not answer:
+                # A title may come without an event of its own, hence not longer.
+                self.events.wait_for_more(seen, seconds=0.1)
+            return answer
+
+        return until(look_again, what)
+
+    def wait_for_window(self, description, is_it):
+        return self.wait_for_windows(lambda windows: next(filter(is_it, windows), None), description)
+
+    def wait_for_end_of(self, window):
+        self.wait_for_windows(lambda windows: all(window.identifier != other.identifier for other in windows),
+                              f"the end of {window}")
+
+    def wait_for_focus(self, window):
+        until(lambda: self.focused() == int(window.identifier, 16), f"the keyboard's focus on {window}")
+
+    def focused(self):
+        asked = subprocess.run(["xdotool", "getactivewindow"], env=self.environment, capture_output=True, text=True,
+                               check=False, timeout=DEADLINE_SECONDS)
+        return int(asked.stdout) if asked.returncode == 0 else None
+
+    def close_window(self, window):
+        """Closes a window by the button in its title bar, so to speak."""
+        self.ask("wmctrl", "-ic", window.identifier)
+
+    def move_window(self, window, x, y):
+        self.ask("xdotool", "windowmove", "--sync", str(int(window.identifier, 16)), str(x), str(y))
+
+    def areas_ever_shown(self):
+        """Where a window has appeared, at any moment since the start, one after another."""
+        areas, framed, shown = {}, {}, []
+        with self.events.changed:
+            text = "\n".join(self.events.lines[self.first_event:])
+        for kind, details in re.findall(r"^(\w+) event, (.*?)(?=^\w+ event, |\Z)", text, re.MULTILINE | re.DOTALL):
+            window = re.search(r", window (0x[0-9a-f]+),", details[details.index("\n"):])
+            if kind in ("CreateNotify", "ConfigureNotify"):
+                place = re.search(r"\((-?\d+),(-?\d+)\), width (\d+), height (\d+)", details)
+                areas[window[1]] = Area(*map(int, place.groups()))
+            elif kind == "ReparentNotify":
+                # The window manager puts every window into a frame, and shows the frame.
+                framed[re.search(r"parent (0x[0-9a-f]+)", details)[1]] = window[1]
+            elif kind == "MapNotify":
+                shown.append(areas[framed.get(window[1], window[1])])
+        return shown

@@ -1,0 +1,173 @@
+"""A running installer and the person in front of it."""
+
+import re
+import subprocess
+
+from support import clipboard, interface
+from support.desktop import CORNER, WIDTH
+from support.interface import ACTIVITY_LOG, CONTROLS, INSTALL_BUTTON, MENUS, TERMS_CONTROLS
+from support.picture import Area
+from support.waiting import DEADLINE_SECONDS, Lines, until
+
+CONSOLE_LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} Quillmark Installer\[\d+:\d+\] (.*)")
+# Messages of GNUstep about itself.
+NOISE = re.compile(r"Bogus attempt to resign key window")
+
+# How GNUstep titles an alert of each style.
+WARNING = "Alert"
+CRITICAL = "Critical"
+INFORMATIONAL = "Information"
+
+GREEN = (51, 204, 51)
+BLACK = (0, 0, 0)
+HIGHLIGHT = (56, 117, 214)
+
+# AppKit's, which GNUstep shows as a window of its own.
+MENU_BAR = Area(0, 0, WIDTH, 22)
+
+
+class Installer:
+    def __init__(self, mac, desktop, arguments=()):
+        self.mac = mac
+        self.desktop = desktop
+        self.session = mac.start(desktop.name, arguments)
+        self.error_output = Lines(self.session.stderr)
+        self.exit_status = Lines(self.session.stdout)
+
+    def close(self):
+        """Ends the session with all that runs in it."""
+        self.session.stdin.close()
+        try:
+            self.session.wait(0 if not self.exit_status.lines else DEADLINE_SECONDS)
+        except subprocess.TimeoutExpired:
+            self.session.terminate()
+            self.session.wait(DEADLINE_SECONDS)
+        self.error_output.close()
+        self.exit_status.close()
+
+    # What it says and when it ends
+
+    def console(self):
+        return console_lines(self.error_output.lines)
+
+    def wait_for_console(self, line, times=1):
+        self.error_output.until(lambda lines: console_lines(lines).count(line) >= times, f"the console line {line!r}")
+
+    def wait_for_end(self):
+        """Waits until the installer has ended; answers with its exit status."""
+        return int(self.exit_status.until(lambda lines: lines, "the installer's end")[0])
+
+    def is_running(self):
+        return not self.exit_status.lines and not self.exit_status.ended
+
+    # Windows
+
+    def wait_for_window(self):
+        """Waits until the main window is there, painted and has the keyboard."""
+
+        def is_main_window(window):
+            return window.title == interface.TITLE and window.area[2:] == interface.WINDOW_SIZE
+
+        self.window = self.desktop.wait_for_window("the installer's window", is_main_window)
+        until(lambda: self.look_at(INSTALL_BUTTON).near(BLACK), "the title of the install button")
+        self.desktop.wait_for_focus(self.window)
+        return self
+
+    def wait_for_alert(self, title=WARNING):
+        alert = self.desktop.wait_for_window(f"an alert titled {title!r}", lambda window: window.title == title)
+        self.desktop.wait_for_focus(alert)
+        return alert
+
+    def has_alert(self):
+        return any(window.title in (WARNING, CRITICAL, INFORMATIONAL) for window in self.desktop.windows())
+
+    def dismiss_alert(self, title=WARNING):
+        """Presses the alert's default button."""
+        alert = self.wait_for_alert(title)
+        self.desktop.press("Return")
+        self.desktop.wait_for_end_of(alert)
+
+    def cancel_alert(self, title):
+        """Presses the alert's Cancel button."""
+        alert = self.wait_for_alert(title)
+        self.desktop.press("Escape")
+        self.desktop.wait_for_end_of(alert)
+
+    # Mouse
+
+    def click(self, control):
+        x, y = CONTROLS[control].moved(self.window.area.x, self.window.area.y).centre()
+        self.desktop.click(x, y)
+
+    def tick(self):
+        seen = self.console().count("state 1")
+        self.click(interface.CHECKBOX)
+        self.wait_for_console("state 1", seen + 1)
+
+    def untick(self):
+        seen = self.console().count("state 0")
+        self.click(interface.CHECKBOX)
+        self.wait_for_console("state 0", seen + 1)
+
+    def install(self):
+        """Ticks the box, clicks the install button and waits for the window's installed state."""
+        self.tick()
+        self.click(INSTALL_BUTTON)
+        self.wait_until_installed()
+        return self
+
+    def wait_until_installed(self):
+        until(self.is_green, "the green title of the button")
+        until(self.terms_are_gone, "the end of the terms controls")
+
+    def choose(self, menu, item):
+        """Pulls a menu down and lets the mouse go over one of its items."""
+        titles, items = list(MENUS), MENUS[menu]
+        title_area = self.areas_of_menu_titles()[titles.index(menu)]
+        self.desktop.hold(*title_area.centre())
+        pulled_down = until(lambda: self.desktop.areas_of_visible("Window"), f"the menu {menu}")[0]
+        line = pulled_down.height // len(items)
+        place = Area(pulled_down.x, pulled_down.y + items.index(item) * line, pulled_down.width, line)
+        self.desktop.move_to(*place.centre())
+        until(lambda: self.desktop.picture().crop(place).near(HIGHLIGHT), f"the highlighted menu item {item}")
+        self.desktop.let_go()
+        # GNUstep closes a menu when the item's action has returned, on the pointer's place it decides before.
+        until(lambda: self.has_alert() or not self.desktop.areas_of_visible("Window"), f"the end of the menu {menu}")
+        self.desktop.move_to(*CORNER)
+
+    def areas_of_menu_titles(self):
+        """Of all gaps in the menu bar's text, those between the titles are the widest."""
+        bar = MENU_BAR.smaller_by(2)
+        columns = sorted({x for x, _ in self.desktop.picture().crop(bar).near(BLACK, tolerance=100)})
+        gaps = sorted(zip(columns, columns[1:]), key=lambda gap: gap[1] - gap[0])[1 - len(MENUS):]
+        ends = sorted(left for left, _ in gaps) + columns[-1:]
+        starts = columns[:1] + sorted(right for _, right in gaps)
+        return [Area(bar.x + start, bar.y, end - start, bar.height) for start, end in zip(starts, ends)]
+
+    def read_activity_log(self):
+        """Copies the activity log by keyboard; answers with what is then on the clipboard."""
+        self.click(ACTIVITY_LOG)
+        self.desktop.press("alt+a")
+        self.desktop.press("alt+c")
+        return until(lambda: clipboard.read(self.desktop.name), "a text on the clipboard")
+
+    # Screen
+
+    def picture(self):
+        """The content of the main window."""
+        return self.desktop.picture().crop(self.window.area)
+
+    def look_at(self, control):
+        return self.picture().crop(CONTROLS[control])
+
+    def is_green(self):
+        return len(self.look_at(INSTALL_BUTTON).near(GREEN)) > 50
+
+    def terms_are_gone(self):
+        picture = self.picture()
+        return len(set().union(*(picture.crop(CONTROLS[control]).colours() for control in TERMS_CONTROLS))) == 1
+
+
+def console_lines(lines):
+    matches = (CONSOLE_LINE.fullmatch(line) for line in lines)
+    return [match[1] for match in matches if match and not NOISE.search(match[1])]

@@ -1,0 +1,38 @@
+"""What lies in a folder."""
+
+import os
+import stat
+from pathlib import Path
+from typing import NamedTuple
+
+
+class Item(NamedTuple):
+    kind: str
+    mode: str
+    content: object
+
+
+def tree(folder, leave_out=()):
+    """Every item in the folder by its path in it: kind, mode, and bytes or where a link leads. {} without a folder."""
+    items = {}
+    for parent, folders, files in os.walk(folder):
+        for name in sorted(folders + files):
+            path = Path(parent, name)
+            inside = str(path.relative_to(folder))
+            if inside in leave_out:
+                folders[:] = [folder for folder in folders if folder != name]
+            else:
+                items[inside] = look_at(path)
+    return items
+
+
+def look_at(path):
+    status = path.lstat()
+    mode = oct(stat.S_IMODE(status.st_mode))
+    if path.is_symlink():
+        return Item("link", "", os.readlink(path))
+    if path.is_dir():
+        return Item("folder", mode, None)
+    if path.is_file():
+        return Item("file", mode, path.read_bytes())
+    return Item("other", mode, stat.S_IFMT(status.st_mode))

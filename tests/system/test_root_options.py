@@ -1,0 +1,265 @@
+#!/usr/bin/env python3
+"""The same road in roots of every shape that changes its end.
+
+usage: test_root_options.py [Class[.test]]
+"""
+
+import shutil
+import unittest
+
+from support.case import (COMPONENT, INTERACTIVE_MARKER, MARKER, SCRIPTS, TICK_LINES, SystemTest, installation_lines)
+from support.installer import CRITICAL
+from support.interface import INSTALL_BUTTON, TERMS_CONTROLS
+from support.mac import component, resource
+from support.tree import look_at, tree
+
+RELOCATED_FOLDER = "/private/var/folders/xx/T/AppTranslocation/6C9B1C1E-52B5-4F0A-9C39-0D7E5B1F8A24/d"
+
+
+class OptionsTest(SystemTest):
+    def install(self, mac):
+        installer = self.open(mac).install()
+        self.assertEqual(self.alerts_ever_shown(), [])
+        return installer
+
+    def assert_ends_for_want_of_components(self, mac):
+        """The one alert of the whole run is that which says so; no file is touched."""
+        installer = self.open(mac)
+        before = everything(mac)
+        installer.tick()
+        installer.click(INSTALL_BUTTON)
+        installer.wait_for_alert(CRITICAL)
+        self.assertTrue(installer.is_running())
+        installer.dismiss_alert(CRITICAL)
+        self.assertEqual(installer.wait_for_end(), 0)
+        self.assertEqual(len(self.alerts_ever_shown()), 1)
+        self.assertEqual(installer.console(), TICK_LINES)
+        self.assertEqual(everything(mac), before)
+
+
+class Components(OptionsTest):
+    def test_without_a_components_folder_the_alert_is_shown_and_the_application_ends_before_any_file_is_touched(self):
+        mac = self.mac("--components", "missing")
+        put_older_installation(mac)
+        self.assert_ends_for_want_of_components(mac)
+
+    def test_a_file_named_components_beside_the_installer_passes_the_check(self):
+        mac = self.mac("--components", "file")
+        installer = self.install(mac)
+        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
+        self.assert_applications(mac)
+        self.assert_staged(mac, None)
+
+
+class Relocation(OptionsTest):
+    def test_a_relocated_installer_takes_the_component_from_beside_its_original_and_shows_no_alert_at_all(self):
+        mac = self.mac("--relocated")
+        self.assertIn(RELOCATED_FOLDER, mac.places["installer"])
+        installer = self.install(mac)
+        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
+        self.assert_installed(mac)
+
+    def test_a_relocated_installer_without_components_beside_its_original_shows_only_the_error_alert(self):
+        self.assert_ends_for_want_of_components(self.mac("--relocated", "--components", "missing"))
+
+    def test_a_relocated_installer_whose_original_cannot_be_had_shows_the_error_alert(self):
+        self.assert_ends_for_want_of_components(self.mac("--relocated-without-original"))
+
+    def test_a_first_call_that_fails_but_leaves_the_flag_set_fails_the_components_check(self):
+        self.assert_ends_for_want_of_components(self.mac("--relocated", "--relocation-query-fails"))
+
+    def test_on_appkit_1404_or_lower_the_components_are_looked_for_beside_the_running_copy(self):
+        # The number is rounded down before it is compared.
+        for version in ["1404.47", "1187.0"]:
+            with self.subTest(version):
+                self.assert_ends_for_want_of_components(self.mac("--relocated", "--appkit-version", version))
+
+    def test_on_an_appkit_above_1404_the_original_is_asked_for(self):
+        mac = self.mac("--relocated", "--appkit-version", "1405")
+        self.install(mac)
+        self.assert_installed(mac)
+
+    def test_on_appkit_1404_an_installer_that_was_not_relocated_installs_as_ever(self):
+        mac = self.mac("--appkit-version", "1404.47")
+        self.install(mac)
+        self.assert_installed(mac)
+
+
+class Release(OptionsTest):
+    def assert_component(self, mac, folder, source):
+        """The console names the source, and the component of the folder is staged, or none if that is None."""
+        installer = self.install(mac)
+        self.assertEqual("\n".join(installer.console()), "\n".join([*TICK_LINES, *installation_lines(source)]))
+        self.assert_applications(mac)
+        self.assert_staged(mac, folder)
+
+    def test_big_sur_on_an_intel_mac_takes_os_intel(self):
+        self.assert_component(self.mac("--release", "Big Sur", "--processor", "x86_64"), "osIntel", "osIntel")
+
+    def test_big_sur_on_apple_silicon_takes_os_m1(self):
+        self.assert_component(self.mac("--release", "Big Sur", "--processor", "arm64"), "osM1", "osM1")
+
+    def test_monterey_on_an_intel_mac_takes_os_intel(self):
+        self.assert_component(self.mac("--release", "Monterey", "--processor", "x86_64"), "osIntel", "osIntel")
+
+    def test_monterey_on_apple_silicon_takes_os_m1(self):
+        self.assert_component(self.mac("--release", "Monterey", "--processor", "arm64"), "osM1", "osM1")
+
+    def test_any_processor_answer_other_than_x86_64_takes_os_m1(self):
+        for processor in ["i386", "X86_64", ""]:
+            with self.subTest(processor):
+                self.assert_component(self.mac("--release", "Big Sur", "--processor", processor), "osM1", "osM1")
+
+    def test_a_processor_answer_that_is_not_utf8_takes_os_m1(self):
+        self.assert_component(self.mac("--release", "Monterey", "--processor", b"x86_64\xff"), "osM1", "osM1")
+
+    def test_any_other_release_takes_the_folder_of_its_own_name_on_either_processor(self):
+        for release, processor in [("Ventura", "x86_64"), ("Sequoia", "arm64")]:
+            with self.subTest(release):
+                self.assert_component(self.mac("--release", release, "--processor", processor), release, release)
+
+    def test_a_release_without_a_folder_gets_no_component_and_the_rest_of_the_installation_stands(self):
+        mac = self.mac("--release", "Tahoe")
+        self.assert_component(mac, None, "Tahoe")
+        self.assertFalse((mac.temporary / COMPONENT).exists())
+
+    def test_a_release_without_a_folder_removes_the_component_that_an_earlier_run_left_in_the_temporary_folder(self):
+        mac = self.mac("--release", "Tahoe")
+        shutil.copytree(component("Ventura"), mac.temporary / COMPONENT, symlinks=True)
+        self.assert_component(mac, None, "Tahoe")
+
+    def test_names_that_only_resemble_big_sur_are_taken_as_they_stand(self):
+        for release in ["big sur", "Big Sur ", "Big Sur\r"]:
+            with self.subTest(release):
+                self.assert_component(self.mac("--release", release), None, release)
+
+    def test_a_repeated_heading_keeps_its_line_break_and_matches_no_release(self):
+        self.assert_component(self.mac("--release", "Big Sur", "--release", "Big Sur"), None, "Big Sur\nBig Sur")
+
+    def test_a_release_name_that_is_not_utf8_is_no_name(self):
+        self.assert_component(self.mac("--release", b"Big Sur\xff"), None, "(null)")
+
+    def test_a_missing_licence_text_ends_the_installation_where_it_is_read_and_the_window_stays_as_it_was(self):
+        mac = self.mac("--no-licence")
+        installer = self.open(mac)
+        before = installer.picture()
+        for times in [1, 2]:
+            if times == 1:
+                installer.tick()
+            installer.click(INSTALL_BUTTON)
+            installer.wait_for_console("-" * 28, times)
+            self.desktop.press("alt+q")
+            installer.cancel_alert("Information")
+        self.assertEqual(installer.console(), [*TICK_LINES, *["Directory Created", "-" * 28] * 2])
+        self.assertTrue(installer.is_running())
+        self.assertFalse(installer.is_green())
+        for control in TERMS_CONTROLS[1:]:
+            self.assertEqual(installer.look_at(control), before.crop(installer.area_of(control)))
+        self.assert_applications(mac)
+        self.assert_staged(mac, None)
+        self.assertFalse((mac.temporary / COMPONENT).exists())
+
+
+class Places(OptionsTest):
+    def test_a_user_without_an_applications_folder_gets_only_the_system_copy_and_no_folder_is_made(self):
+        mac = self.mac("--no-user-applications")
+        self.install(mac)
+        self.assertEqual(tree(mac.system_application), tree(resource("Quillmark.app")))
+        self.assertFalse((mac.home / "Applications").exists())
+        self.assert_staged(mac)
+
+    def test_a_plain_file_at_the_staging_folders_path_is_replaced_by_a_folder(self):
+        mac = self.mac()
+        mac.staging_folder.write_text("a file\n")
+        installer = self.install(mac)
+        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
+        self.assert_installed(mac)
+
+    def test_a_staging_folder_that_cannot_be_removed_is_kept_with_a_new_marker_old_scripts_and_a_merged_component(self):
+        mac = self.mac()
+        staging = mac.staging_folder
+        (staging / COMPONENT / "bin").mkdir(parents=True)
+        for name in [MARKER, *SCRIPTS, f"{COMPONENT}/built-for", f"{COMPONENT}/notes", "notes"]:
+            (staging / name).write_text("old\n")
+        # Nothing can be removed from either folder; what is in them can be written to, and "bin" can be added to.
+        for folder in [staging / COMPONENT, staging]:
+            folder.chmod(0o555)
+        before = tree(staging)
+
+        installer = self.install(mac)
+        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")[1:]])
+        expected = dict(before)
+        expected[MARKER] = expected[MARKER]._replace(content=INTERACTIVE_MARKER)
+        new = tree(component("Sonoma"))
+        expected[f"{COMPONENT}/built-for"] = new["built-for"]
+        expected[f"{COMPONENT}/bin/wireguard"] = new["bin/wireguard"]
+        self.assertEqual(tree(staging), expected)
+        self.assert_applications(mac)
+
+    def test_a_staging_folder_that_cannot_be_created_is_said_to_be_so_and_the_applications_are_installed_all_the_same(
+            self):
+        mac = self.mac()
+        mac.home.chmod(0o555)
+        installer = self.install(mac)
+        self.assertEqual(installer.console(),
+                         [*TICK_LINES, "Directory Creation Failed", *installation_lines("Sonoma")[1:]])
+        self.assertFalse(mac.staging_folder.exists())
+        self.assert_applications(mac)
+
+    def test_applications_folders_that_cannot_be_written_to_keep_the_old_application_without_a_word(self):
+        mac = self.mac()
+        put_older_installation(mac)
+        for folder in [mac.at("/Applications"), mac.home / "Applications"]:
+            for path in [folder / "Quillmark.app", folder]:
+                path.chmod(0o555)
+        before = [tree(mac.at("/Applications")), tree(mac.home / "Applications")]
+        installer = self.install(mac)
+        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
+        self.assertEqual([tree(mac.at("/Applications")), tree(mac.home / "Applications")], before)
+        self.assert_staged(mac)
+
+    def test_a_full_volume_of_applications_does_not_keep_the_user_copy_from_being_made_and_launched(self):
+        mac = self.mac("--full", "/Applications")
+        installer = self.install(mac)
+        self.assertEqual(tree(mac.user_application), tree(resource("Quillmark.app")))
+        self.assert_staged(mac)
+        installer.click(INSTALL_BUTTON)
+        self.assertEqual(installer.wait_for_end(), 0)
+
+    def test_a_home_folder_with_a_blank_or_a_metacharacter_silently_loses_the_component_only(self):
+        for home in ["ann lee", "ann&lee", "ann;lee", "$ann"]:
+            with self.subTest(home):
+                mac = self.mac(home=home)
+                installer = self.install(mac)
+                components = f"/Users/{home}/Downloads/Quillmark Installer/components"
+                self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma", components)])
+                self.assert_applications(mac)
+                self.assert_staged(mac, None)
+                self.assertEqual(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
+
+    def test_a_temporary_folder_with_a_blank_silently_loses_the_component_only(self):
+        mac = self.mac(temporary="/private/var/folders/x x/T")
+        installer = self.install(mac)
+        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
+        self.assert_applications(mac)
+        self.assert_staged(mac, None)
+        self.assertEqual(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
+
+
+def put_older_installation(mac):
+    for application in [mac.system_application, mac.user_application]:
+        (application / "Contents").mkdir(parents=True)
+        (application / "Contents/old").write_text("old\n")
+    mac.staging_folder.mkdir()
+    (mac.staging_folder / MARKER).write_text("old\n")
+    (mac.temporary / COMPONENT).write_text("old\n")
+
+
+def everything(mac):
+    """All that an installation could touch. Without the user's Library, where GNUstep keeps its own files."""
+    return {place: tree(mac.at(place), leave_out=["Library"]) for place in ["/Applications", mac.home_inside]} | {
+        "component": look_at(mac.temporary / COMPONENT) if (mac.temporary / COMPONENT).exists() else None}
+
+
+if __name__ == "__main__":
+    unittest.main()
