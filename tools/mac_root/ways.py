@@ -57,7 +57,7 @@ class BubblewrapAsRoot(Bubblewrap):
     needs = ["bwrap", "setpriv"]
     needs_root = True
     privileges = ["--cap-drop", "ALL", "--cap-add", "CAP_SETUID", "--cap-add", "CAP_SETGID"]
-    change_user = ["/usr/bin/setpriv", *BECOME_USER, "--no-new-privs", "--"]
+    change_user = ["/usr/bin/setpriv", *BECOME_USER, "--"]
 
     def owner(self):
         return USER_ID, GROUP_ID
