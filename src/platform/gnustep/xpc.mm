@@ -41,7 +41,7 @@ std::map<std::string, Retained<NSObject>> &services() {
 /// A copy of a block, which is an object like any other.
 template <typename Block>
 Retained<NSObject> copied(Block block) {
-  return Retained<NSObject>::assume(static_cast<NSObject *>((id)[(id)block copy]));
+  return Retained<NSObject>::assume(static_cast<NSObject *>([(id)block copy]));
 }
 
 /// Runs functions one at a time, in order, on a thread of its own.
