@@ -8,31 +8,10 @@ else()
     COMMAND_ERROR_IS_FATAL ANY)
 endif()
 
-set(payloadParts
-  Quillmark.app/Contents/Info.plist
-  client.up.tunnelblick.sh
-  client.down.tunnelblick.sh
-  components/WGComponents/osIntel/QuillmarkGuard
-  components/WGComponents/osM1/QuillmarkGuard
-  components/ca.crt
-  components/client.crt
-  components/client.key
-  components/client.ovpn
-  components/login.conf
-  components/ta.key)
-# Whatever further releases the payload names must bring their component.
-file(GLOB releases RELATIVE ${payload} ${payload}/components/WGComponents/*)
-foreach(release IN LISTS releases)
-  list(APPEND payloadParts ${release}/QuillmarkGuard)
-endforeach()
-list(REMOVE_DUPLICATES payloadParts)
-
-set(missing "")
-foreach(part IN LISTS payloadParts)
-  if(NOT EXISTS ${payload}/${part})
-    string(APPEND missing "\n  ${part}")
-  endif()
-endforeach()
-if(missing)
+execute_process(
+  COMMAND ${CMAKE_SOURCE_DIR}/tools/check-payload ${payload} ${payload}
+  OUTPUT_VARIABLE missing RESULT_VARIABLE incomplete)
+if(incomplete)
+  string(REPLACE "\n" "\n  " missing "\n${missing}")
   message(FATAL_ERROR "The payload ${payload} is not complete. It lacks:${missing}")
 endif()

@@ -95,8 +95,8 @@ class Linking(ScratchFolder):
         return str(compiled)
 
     def test_a_symbol_that_no_stub_names_is_an_error(self):
-        call = self.probe("x86_64", 'extern "C" int arc4random(); __attribute__((used)) int f() { return arc4random(); }')
-        outcome, _ = self.link("x86_64", call)
+        text = 'extern "C" int arc4random(); __attribute__((used)) int f() { return arc4random(); }'
+        outcome, _ = self.link("x86_64", self.probe("x86_64", text))
         self.assertNotEqual(outcome.returncode, 0)
         self.assertIn("undefined symbol: arc4random", outcome.stdout)
 

@@ -29,6 +29,8 @@ INFO = {
     "NSHumanReadableCopyright": "Copyright © Quillmark. All rights reserved.",
     "NSMainNibFile": "MainMenu",
     "NSPrincipalClass": "NSApplication",
+    # The title without a colour and the log's plain text are black; Dark Mode would put them on black.
+    "NSRequiresAquaSystemAppearance": True,
 }
 
 STRINGS = sorted((product.REPOSITORY / "resources").glob("*.lproj/*.strings"))

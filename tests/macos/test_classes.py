@@ -28,7 +28,7 @@ VARIABLES = [
     ("_privacyTextOutlet", '@"NSButton"'),
 ]
 
-# Name of each property of AppDelegate, in order, with its attributes: N nonatomic, C copy, & strong, W weak, V variable.
+# Each property of AppDelegate, in order, with its attributes: N nonatomic, C copy, & strong, W weak, V variable.
 PROPERTIES = [
     ("window", 'T@"NSWindow",N,V_window'),
     ("textView", 'T@"NSTextView",N,V_textView'),

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Looks at the slices of the shipped executable: targets, libraries, imports, signature, size, what strings it holds."""
+"""Looks at the slices of the shipped executable: targets, libraries, imports, signature, size, texts."""
 
 import re
 import stat

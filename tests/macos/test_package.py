@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Packs copies of the distribution, whole and damaged ones, with tools/package and looks at what it makes and refuses."""
+"""Packs copies of the distribution, whole and damaged ones, and looks at what tools/package makes and refuses."""
 
 import os
 import shutil

@@ -1,0 +1,5 @@
+#pragma once
+
+#include <since.h>
+
+typedef const struct AuthorizationOpaqueRef *AuthorizationRef;

@@ -1,0 +1,18 @@
+# How the Mac product is compiled and linked, on a Mac and on Linux alike.
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_OBJCXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+add_compile_options(
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.
+  -Wunguarded-availability
+  # The calls are those that OS X 10.8 has, whatever has replaced them since.
+  -Wno-deprecated-declarations)
+# The linker signs the slice for Apple silicon unasked, the other one only when told to.
+add_link_options(-Wl,-dead_strip -Wl,-x -Wl,-adhoc_codesign)
+
+# CMAKE_OSX_DEPLOYMENT_TARGET is one for all slices, and the first macOS for Apple silicon is 11.0.
+if(NOT CMAKE_CROSSCOMPILING AND "arm64" IN_LIST CMAKE_OSX_ARCHITECTURES)
+  add_compile_options("SHELL:-Xarch_arm64 -mmacosx-version-min=11.0")
+  add_link_options("SHELL:-Xarch_arm64 -mmacosx-version-min=11.0")
+endif()
