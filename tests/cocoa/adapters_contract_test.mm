@@ -134,6 +134,26 @@ TEST(CocoaFileManager, ACopyKeepsModes) {
   EXPECT_TRUE(fs::is_empty(folder.path() + "/target/empty"));
 }
 
+TEST(CocoaFileManager, CopyingALinkLeavesTheModeOfWhatItLeadsTo) {
+  const TemporaryFolder folder;
+  writeFile(folder.path() + "/source/b/tool", "#!/bin/sh\n");
+  ASSERT_EQ(chmod((folder.path() + "/source/b/tool").c_str(), 0750), 0);
+  for (const char *link : {"a", "c"}) fs::create_symlink("b/tool", folder.path() + "/source/" + link);
+  cocoa::CocoaFileManager files;
+  ASSERT_TRUE(files.copyItemAtPath(folder.path() + "/source", folder.path() + "/target"));
+  EXPECT_EQ(fs::status(folder.path() + "/target/b/tool").permissions(), fs::perms(0750));
+}
+
+TEST(CocoaFileManager, AFolderThatForbidsWritingIsCopiedWithWhatItHolds) {
+  const TemporaryFolder folder;
+  writeFile(folder.path() + "/source/file", "text");
+  ASSERT_EQ(chmod((folder.path() + "/source").c_str(), 0555), 0);
+  cocoa::CocoaFileManager files;
+  ASSERT_TRUE(files.copyItemAtPath(folder.path() + "/source", folder.path() + "/target"));
+  EXPECT_EQ(fs::status(folder.path() + "/target").permissions(), fs::perms(0555));
+  EXPECT_TRUE(fs::exists(folder.path() + "/target/file"));
+}
+
 TEST(PathExamples, NSStringAnswersAsOurPathFunctionsDo) {
   for (const auto &[base, component, joined] : appendingExamples) {
     EXPECT_EQ(cocoa::utf8([cocoa::string(std::string(base))

@@ -1,15 +1,51 @@
+// Two file operations as a Mac does them.
+//
 // -createDirectoryAtPath:… fails on a Mac when a plain file lies at the path. GNUstep's answers YES and leaves the
 // file.
+//
+// -copyItemAtPath:… keeps modes on a Mac. GNUstep's, once it has copied a link, sets the link's mode on what the link
+// leads to, so that files end up with 0777.
 
 #import <Foundation/Foundation.h>
 
 #include <objc/runtime.h>
+
+#include <filesystem>
+#include <system_error>
+
+namespace fs = std::filesystem;
 
 namespace {
 
 using CreateDirectory = BOOL (*)(id, SEL, NSString *, BOOL, NSDictionary *, NSError **);
 
 CreateDirectory gnustepCreateDirectory;
+
+void copyItem(const fs::path &source, const fs::path &target, std::error_code &error);
+
+void copyFolder(const fs::path &source, const fs::path &target, std::error_code &error) {
+  fs::create_directory(target, error);
+  fs::directory_iterator entry;
+  if (!error) entry = fs::directory_iterator(source, error);
+  while (!error && entry != fs::directory_iterator()) {
+    copyItem(entry->path(), target / entry->path().filename(), error);
+    if (!error) entry.increment(error);
+  }
+  // Last, because the mode may forbid writing.
+  if (!error) fs::permissions(target, fs::status(source).permissions(), error);
+}
+
+void copyItem(const fs::path &source, const fs::path &target, std::error_code &error) {
+  const fs::file_status status = fs::symlink_status(source, error);
+  if (error) return;
+  if (fs::is_symlink(status)) {
+    fs::copy_symlink(source, target, error);
+  } else if (fs::is_directory(status)) {
+    copyFolder(source, target, error);
+  } else {
+    fs::copy_file(source, target, error);
+  }
+}
 
 }  // namespace
 
@@ -33,6 +69,15 @@ CreateDirectory gnustepCreateDirectory;
   BOOL isFolder = NO;
   if ([self fileExistsAtPath:path isDirectory:&isFolder] && !isFolder) return NO;
   return gnustepCreateDirectory(self, _cmd, path, intermediate, attributes, error);
+}
+
+/// The error is not told: nobody here asks for it.
+- (BOOL)copyItemAtPath:(NSString *)source toPath:(NSString *)target error:(NSError **)error {
+  const fs::path to = [target fileSystemRepresentation];
+  if (fs::exists(fs::symlink_status(to))) return NO;
+  std::error_code failure;
+  copyItem([source fileSystemRepresentation], to, failure);
+  return !failure;
 }
 
 @end
