@@ -9,7 +9,6 @@ import unittest
 from support.case import SystemTest
 from support.installer import BLACK, CRITICAL
 from support.interface import ACTIVITY_LOG, INSTALL_BUTTON
-from support.tree import tree
 from support.waiting import until
 
 REFUSAL = "The operation couldn't be completed. (CFErrorDomainLaunchd error 4.)"
@@ -33,11 +32,11 @@ class Blessing(SystemTest):
     def test_a_refused_blessing_writes_no_file(self):
         mac = self.mac()
         installer = self.open(mac)
-        before = tree(mac.at("/Applications")) | tree(mac.home, leave_out=["Library"])
+        before = mac.everything()
         installer.choose("Helper", "Install Helper")
         installer.dismiss_alert(CRITICAL)
         installer.wait_for_end()
-        self.assertEqual(tree(mac.at("/Applications")) | tree(mac.home, leave_out=["Library"]), before)
+        self.assert_same_tree(mac.everything(), before)
 
 
 class CommandChannel(SystemTest):

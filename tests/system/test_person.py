@@ -118,13 +118,13 @@ class Installing(SystemTest):
     def test_the_component_stays_in_the_temporary_folder(self):
         mac = self.mac()
         self.open(mac).install()
-        self.assertEqual(tree(mac.temporary / "QuillmarkGuard"), tree(component("Sonoma")))
+        self.assert_same_tree(tree(mac.temporary / "QuillmarkGuard"), tree(component("Sonoma")))
 
     def test_an_installation_changes_neither_the_components_folder_nor_the_installer(self):
         mac = self.mac()
         before = tree(mac.downloads)
         self.open(mac).install()
-        self.assertEqual(tree(mac.downloads), before)
+        self.assert_same_tree(tree(mac.downloads), before)
 
     def test_a_repeated_installation_deletes_the_old_staging_folder_with_what_the_user_added(self):
         mac = self.mac()
@@ -140,9 +140,9 @@ class Installing(SystemTest):
 
         installer = self.open(mac).install()
         self.assertEqual(installer.console(), [*TICK_LINES, *INSTALLATION_LINES])
-        self.assertEqual(tree(mac.staging_folder), first)
+        self.assert_same_tree(tree(mac.staging_folder), first)
         self.assert_installed(mac)
-        self.assertEqual(tree(mac.temporary / "QuillmarkGuard"), tree(component("Sonoma")))
+        self.assert_same_tree(tree(mac.temporary / "QuillmarkGuard"), tree(component("Sonoma")))
 
 
 class InstalledWindow(SystemTest):
@@ -230,7 +230,7 @@ class Closing(SystemTest):
         self.desktop.close_window(installer.window)
         self.assert_ended_without_a_question(installer)
         self.assertEqual(installer.console(), [*TICK_LINES, *INSTALLATION_LINES])
-        self.assertEqual(tree(mac.staging_folder / "QuillmarkGuard"), tree(component("Sonoma")))
+        self.assert_same_tree(tree(mac.staging_folder / "QuillmarkGuard"), tree(component("Sonoma")))
 
     def test_closing_the_installed_window_ends_without_a_question_and_launches_nothing(self):
         mac = self.mac()

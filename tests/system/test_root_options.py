@@ -8,10 +8,11 @@ import shutil
 import unittest
 
 from support.case import (COMPONENT, INTERACTIVE_MARKER, MARKER, SCRIPTS, TICK_LINES, SystemTest, installation_lines)
-from support.installer import CRITICAL
-from support.interface import INSTALL_BUTTON, TERMS_CONTROLS
+from support.installer import CRITICAL, INFORMATIONAL
+from support.interface import CONTROLS, INSTALL_BUTTON, TERMS_CONTROLS
 from support.mac import component, resource
-from support.tree import look_at, tree
+from support.tree import tree
+from support.waiting import until
 
 RELOCATED_FOLDER = "/private/var/folders/xx/T/AppTranslocation/6C9B1C1E-52B5-4F0A-9C39-0D7E5B1F8A24/d"
 
@@ -25,7 +26,7 @@ class OptionsTest(SystemTest):
     def assert_ends_for_want_of_components(self, mac):
         """The one alert of the whole run is that which says so; no file is touched."""
         installer = self.open(mac)
-        before = everything(mac)
+        before = mac.everything()
         installer.tick()
         installer.click(INSTALL_BUTTON)
         installer.wait_for_alert(CRITICAL)
@@ -34,13 +35,13 @@ class OptionsTest(SystemTest):
         self.assertEqual(installer.wait_for_end(), 0)
         self.assertEqual(len(self.alerts_ever_shown()), 1)
         self.assertEqual(installer.console(), TICK_LINES)
-        self.assertEqual(everything(mac), before)
+        self.assert_same_tree(mac.everything(), before)
 
 
 class Components(OptionsTest):
     def test_without_a_components_folder_the_alert_is_shown_and_the_application_ends_before_any_file_is_touched(self):
         mac = self.mac("--components", "missing")
-        put_older_installation(mac)
+        mac.put_older_installation()
         self.assert_ends_for_want_of_components(mac)
 
     def test_a_file_named_components_beside_the_installer_passes_the_check(self):
@@ -89,7 +90,7 @@ class Release(OptionsTest):
     def assert_component(self, mac, folder, source):
         """The console names the source, and the component of the folder is staged, or none if that is None."""
         installer = self.install(mac)
-        self.assertEqual("\n".join(installer.console()), "\n".join([*TICK_LINES, *installation_lines(source)]))
+        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines(source)])
         self.assert_applications(mac)
         self.assert_staged(mac, folder)
 
@@ -134,7 +135,13 @@ class Release(OptionsTest):
                 self.assert_component(self.mac("--release", release), None, release)
 
     def test_a_repeated_heading_keeps_its_line_break_and_matches_no_release(self):
-        self.assert_component(self.mac("--release", "Big Sur", "--release", "Big Sur"), None, "Big Sur\nBig Sur")
+        mac = self.mac("--release", "Big Sur", "--release", "Big Sur")
+        installer = self.install(mac)
+        first, second = "\n".join(installation_lines("Big Sur\nBig Sur")).split("\n")[2:4]
+        lines = installer.error_output.lines
+        self.assertEqual(lines[lines.index(second) - 1][-len(first):], first)
+        self.assert_applications(mac)
+        self.assert_staged(mac, None)
 
     def test_a_release_name_that_is_not_utf8_is_no_name(self):
         self.assert_component(self.mac("--release", b"Big Sur\xff"), None, "(null)")
@@ -143,18 +150,18 @@ class Release(OptionsTest):
         mac = self.mac("--no-licence")
         installer = self.open(mac)
         before = installer.picture()
+        installer.tick()
         for times in [1, 2]:
-            if times == 1:
-                installer.tick()
             installer.click(INSTALL_BUTTON)
             installer.wait_for_console("-" * 28, times)
+            # An alert comes only once the click has been dealt with.
             self.desktop.press("alt+q")
-            installer.cancel_alert("Information")
+            installer.cancel_alert(INFORMATIONAL)
         self.assertEqual(installer.console(), [*TICK_LINES, *["Directory Created", "-" * 28] * 2])
         self.assertTrue(installer.is_running())
         self.assertFalse(installer.is_green())
         for control in TERMS_CONTROLS[1:]:
-            self.assertEqual(installer.look_at(control), before.crop(installer.area_of(control)))
+            self.assertEqual(installer.look_at(control), before.crop(CONTROLS[control]))
         self.assert_applications(mac)
         self.assert_staged(mac, None)
         self.assertFalse((mac.temporary / COMPONENT).exists())
@@ -164,7 +171,7 @@ class Places(OptionsTest):
     def test_a_user_without_an_applications_folder_gets_only_the_system_copy_and_no_folder_is_made(self):
         mac = self.mac("--no-user-applications")
         self.install(mac)
-        self.assertEqual(tree(mac.system_application), tree(resource("Quillmark.app")))
+        self.assert_same_tree(tree(mac.system_application), tree(resource("Quillmark.app")))
         self.assertFalse((mac.home / "Applications").exists())
         self.assert_staged(mac)
 
@@ -193,7 +200,7 @@ class Places(OptionsTest):
         new = tree(component("Sonoma"))
         expected[f"{COMPONENT}/built-for"] = new["built-for"]
         expected[f"{COMPONENT}/bin/wireguard"] = new["bin/wireguard"]
-        self.assertEqual(tree(staging), expected)
+        self.assert_same_tree(tree(staging), expected)
         self.assert_applications(mac)
 
     def test_a_staging_folder_that_cannot_be_created_is_said_to_be_so_and_the_applications_are_installed_all_the_same(
@@ -208,23 +215,27 @@ class Places(OptionsTest):
 
     def test_applications_folders_that_cannot_be_written_to_keep_the_old_application_without_a_word(self):
         mac = self.mac()
-        put_older_installation(mac)
-        for folder in [mac.at("/Applications"), mac.home / "Applications"]:
-            for path in [folder / "Quillmark.app", folder]:
+        mac.put_older_installation()
+        folders = [mac.at("/Applications"), mac.home / "Applications"]
+        for folder in folders:
+            for path in [folder / "Quillmark.app/Contents", folder / "Quillmark.app", folder]:
                 path.chmod(0o555)
-        before = [tree(mac.at("/Applications")), tree(mac.home / "Applications")]
+        before = [tree(folder) for folder in folders]
         installer = self.install(mac)
         self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
-        self.assertEqual([tree(mac.at("/Applications")), tree(mac.home / "Applications")], before)
+        for folder, expected in zip(folders, before):
+            self.assert_same_tree(tree(folder), expected)
         self.assert_staged(mac)
 
     def test_a_full_volume_of_applications_does_not_keep_the_user_copy_from_being_made_and_launched(self):
-        mac = self.mac("--full", "/Applications")
+        mac = self.mac(faults=["--full", "/Applications"])
         installer = self.install(mac)
-        self.assertEqual(tree(mac.user_application), tree(resource("Quillmark.app")))
+        self.assert_same_tree(tree(mac.user_application), tree(resource("Quillmark.app")))
         self.assert_staged(mac)
         installer.click(INSTALL_BUTTON)
         self.assertEqual(installer.wait_for_end(), 0)
+        until(lambda: mac.launched_clients, "the client's launch")
+        self.assertEqual(mac.launched_clients, ["/Users/ann/Applications/Quillmark.app/Contents/MacOS/Quillmark"])
 
     def test_a_home_folder_with_a_blank_or_a_metacharacter_silently_loses_the_component_only(self):
         for home in ["ann lee", "ann&lee", "ann;lee", "$ann"]:
@@ -235,7 +246,7 @@ class Places(OptionsTest):
                 self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma", components)])
                 self.assert_applications(mac)
                 self.assert_staged(mac, None)
-                self.assertEqual(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
+                self.assert_same_tree(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
 
     def test_a_temporary_folder_with_a_blank_silently_loses_the_component_only(self):
         mac = self.mac(temporary="/private/var/folders/x x/T")
@@ -243,22 +254,7 @@ class Places(OptionsTest):
         self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
         self.assert_applications(mac)
         self.assert_staged(mac, None)
-        self.assertEqual(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
-
-
-def put_older_installation(mac):
-    for application in [mac.system_application, mac.user_application]:
-        (application / "Contents").mkdir(parents=True)
-        (application / "Contents/old").write_text("old\n")
-    mac.staging_folder.mkdir()
-    (mac.staging_folder / MARKER).write_text("old\n")
-    (mac.temporary / COMPONENT).write_text("old\n")
-
-
-def everything(mac):
-    """All that an installation could touch. Without the user's Library, where GNUstep keeps its own files."""
-    return {place: tree(mac.at(place), leave_out=["Library"]) for place in ["/Applications", mac.home_inside]} | {
-        "component": look_at(mac.temporary / COMPONENT) if (mac.temporary / COMPONENT).exists() else None}
+        self.assert_same_tree(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
 
 
 if __name__ == "__main__":

@@ -8,7 +8,7 @@ from support import interface
 from support.desktop import Desktop
 from support.installer import MENU_BAR, Installer
 from support.mac import BUILD, Mac, component, resource
-from support.tree import look_at, tree
+from support.tree import differences, look_at, tree
 
 PICTURES = Path(os.environ.get("QUILLMARK_PICTURES", BUILD / "Testing/pictures"))
 
@@ -34,8 +34,8 @@ class SystemTest(unittest.TestCase):
         self.result = result
         return super().run(result)
 
-    def mac(self, *options, **places):
-        mac = Mac(*options, **places)
+    def mac(self, *options, **more):
+        mac = Mac(*options, **more)
         self.addCleanup(mac.remove)
         return mac
 
@@ -51,6 +51,9 @@ class SystemTest(unittest.TestCase):
         """The same, once a person sees its window."""
         return self.start(mac, *arguments).wait_for_window()
 
+    def assert_same_tree(self, found, expected):
+        self.assertEqual(differences(found, expected), {})
+
     def assert_installed(self, mac, folder="Sonoma", marker=INTERACTIVE_MARKER):
         """Everything of the payload is in its places, nothing else, with equal bytes, modes and links."""
         self.assert_applications(mac)
@@ -59,8 +62,8 @@ class SystemTest(unittest.TestCase):
     def assert_applications(self, mac):
         payload = tree(resource("Quillmark.app"))
         self.assertEqual({item.kind for item in payload.values()}, {"file", "folder", "link"})
-        self.assertEqual(tree(mac.system_application), payload)
-        self.assertEqual(tree(mac.user_application), payload)
+        self.assert_same_tree(tree(mac.system_application), payload)
+        self.assert_same_tree(tree(mac.user_application), payload)
 
     def assert_staged(self, mac, folder="Sonoma", marker=INTERACTIVE_MARKER):
         """The component from the folder of that name is in the staging folder, or none if that is None."""
@@ -70,7 +73,7 @@ class SystemTest(unittest.TestCase):
         for script in SCRIPTS:
             self.assertEqual(look_at(mac.staging_folder / script), look_at(resource(script)))
         if folder:
-            self.assertEqual(tree(mac.staging_folder / COMPONENT), tree(component(folder)))
+            self.assert_same_tree(tree(mac.staging_folder / COMPONENT), tree(component(folder)))
 
     def alerts_ever_shown(self):
         """Where on the screen there has been a window that is neither the main one nor hangs from the menu bar."""

@@ -17,7 +17,11 @@ CORNER = (WIDTH - 1, HEIGHT - 1)
 # GNUstep misses the release of a button that is let go at once.
 PRESS_SECONDS = "0.1"
 PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
-            "xwininfo": "x11-utils", "setpriv": "util-linux"}
+            "xprop": "x11-utils", "xwininfo": "x11-utils", "setpriv": "util-linux"}
+
+
+# The window by which openbox says that it is there; it may still come up while the first program starts.
+WINDOW_MANAGERS_OWN = Area(x=-100, y=-100, width=1, height=1)
 
 
 class Window(NamedTuple):
@@ -132,6 +136,13 @@ class Desktop:
         labels = ["Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"]
         return Area(*(int(re.search(rf"{label}: +(-?\d+)", asked.stdout)[1]) for label in labels))
 
+    def frame_of(self, window):
+        """Where the window lies with its title bar and its edges."""
+        extents = self.ask("xprop", "-id", window.identifier, "-notype", "_NET_FRAME_EXTENTS").partition("=")[2]
+        left, right, top, bottom = map(int, extents.split(","))
+        area = window.area
+        return Area(area.x - left, area.y - top, area.width + left + right, area.height + top + bottom)
+
     def wait_for_windows(self, condition, what):
         """Waits until the condition holds for the list of windows; answers with what the condition answered."""
 
@@ -182,4 +193,4 @@ class Desktop:
                 framed[re.search(r"parent (0x[0-9a-f]+)", details)[1]] = window[1]
             elif kind == "MapNotify":
                 shown.append(areas[framed.get(window[1], window[1])])
-        return shown
+        return [area for area in shown if area != WINDOW_MANAGERS_OWN]

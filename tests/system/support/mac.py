@@ -1,6 +1,7 @@
 """A Mac-shaped root in a folder of its own, and the places in it."""
 
 import os
+import plistlib
 import shutil
 import subprocess
 import sys
@@ -8,6 +9,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
+from support.tree import tree
 from support.waiting import DEADLINE_SECONDS, ending_with_us
 
 REPOSITORY = Path(__file__).resolve().parents[3]
@@ -19,22 +21,28 @@ SECURITY = BUILD / "mac-root/Security"
 INSTALLER = "Quillmark Installer.app"
 NOTHING_RUN = b"nothing can be run in the root"
 
+# Locks of the defaults; lists of the applications and services that there are, and of those that run.
+GNUSTEP_FILES_OF_USER = ["Library/Preferences/.lck", "Library/Services"]
+GNUSTEP_TEMPORARY_FILES = ["NSMessagePort", "GSLaunchedApplications"]
+FONT_CACHE = "private/var/folders/xx/C/fontconfig"
+
 # The program ends as soon as the installer's standard input does, and not before, as what the installer started
 # outlives it on a Mac.
 SESSION = 'echo started; "$0" "$@" </dev/null; echo "$?"; read -r _'
 
 
 class Mac:
-    """Options are mac-root's; they shape the root when the installer starts."""
+    """Options and faults are mac-root's; the options shape the root, the faults hold while the installer runs."""
 
-    def __init__(self, *options, home="ann", temporary="/private/var/folders/xx/T"):
+    def __init__(self, *options, faults=(), home="ann", temporary="/private/var/folders/xx/T"):
         self.folder = Path(tempfile.mkdtemp(prefix="mac-", dir=folder_in_memory()))
         self.folder.chmod(0o755)
         self.root = self.folder / "root"
         self.home_inside = f"/Users/{home}"
         self.temporary_inside = temporary
+        self.faults = faults
         self.options = ["--distribution", DISTRIBUTION, "--security", SECURITY, "--root", self.root, "--home", home,
-                        "--temporary", temporary + "/", *options]
+                        "--temporary", temporary + "/", *map(os.fsdecode, options)]
         try:
             self.assemble()
         except BaseException:
@@ -58,7 +66,7 @@ class Mac:
     def start(self, display, arguments):
         """Starts the installer; what it writes and its exit status come by pipes."""
         session = subprocess.Popen(
-            ending_with_us(sys.executable, str(MAC_ROOT), *map(str, self.options), "--display", display,
+            ending_with_us(sys.executable, str(MAC_ROOT), *map(str, self.options), *self.faults, "--display", display,
                            "--program", "/bin/sh", "--", "-c", SESSION, self.places["installer"], *arguments),
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         if session.stdout.readline() != b"started\n":
@@ -67,6 +75,17 @@ class Mac:
                 raise unittest.SkipTest(errors.decode().strip())
             raise RuntimeError(errors.decode())
         return session
+
+    def make_mount_points(self):
+        """Runs something in the root, so that mac-root adds what it needs for that."""
+        subprocess.run([sys.executable, MAC_ROOT, *self.options, *self.faults, "--display", ":0",
+                        "--program", "/usr/bin/true"], capture_output=True, check=False, timeout=DEADLINE_SECONDS)
+
+    def everything(self):
+        """All that lies in the root, but for GNUstep's own files."""
+        own = [f"{self.home_inside}/{name}".lstrip("/") for name in GNUSTEP_FILES_OF_USER]
+        own += [f"{self.temporary_inside}/{name}".lstrip("/") for name in GNUSTEP_TEMPORARY_FILES]
+        return tree(self.root, leave_out=[*own, FONT_CACHE])
 
     # Places, on the host
 
@@ -100,6 +119,19 @@ class Mac:
     @property
     def downloads(self):
         return self.home / "Downloads/Quillmark Installer"
+
+    def put_older_installation(self):
+        for application in [self.system_application, self.user_application]:
+            (application / "Contents").mkdir(parents=True)
+            (application / "Contents/old").write_text("old\n")
+        self.staging_folder.mkdir()
+        self.marker.write_text("old\n")
+        (self.temporary / "QuillmarkGuard").write_text("old\n")
+
+    def set_defaults(self, **values):
+        """Writes the installer's defaults domain, for which GNUstep takes the name of the process."""
+        file = self.home / "Library/Preferences/Quillmark Installer.plist"
+        file.write_bytes(plistlib.dumps(values))
 
     @property
     def opened_pages(self):

@@ -1,9 +1,13 @@
 """What lies in a folder."""
 
+import hashlib
 import os
 import stat
 from pathlib import Path
 from typing import NamedTuple
+
+
+SHORT = 1000
 
 
 class Item(NamedTuple):
@@ -13,7 +17,7 @@ class Item(NamedTuple):
 
 
 def tree(folder, leave_out=()):
-    """Every item in the folder by its path in it: kind, mode, and bytes or where a link leads. {} without a folder."""
+    """Every item in the folder by its path in it: kind, mode, and content or where a link leads. {} without a folder."""
     items = {}
     for parent, folders, files in os.walk(folder):
         for name in sorted(folders + files):
@@ -34,5 +38,12 @@ def look_at(path):
     if path.is_dir():
         return Item("folder", mode, None)
     if path.is_file():
-        return Item("file", mode, path.read_bytes())
+        content = path.read_bytes()
+        return Item("file", mode, content if len(content) <= SHORT else hashlib.sha256(content).hexdigest())
     return Item("other", mode, stat.S_IFMT(status.st_mode))
+
+
+def differences(found, expected):
+    """What the two do not have in common: by its path, what was found there and what was expected."""
+    return {path: (found.get(path), expected.get(path)) for path in sorted(found | expected)
+            if found.get(path) != expected.get(path)}
