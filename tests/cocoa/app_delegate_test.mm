@@ -4,6 +4,7 @@
 #include <objc/runtime.h>
 
 #import "cocoa/support/app_kit_spy.h"
+#import "cocoa/support/installer_folder.h"
 #import "cocoa/support/main_loop.h"
 
 namespace quillmark {
@@ -76,6 +77,7 @@ class DelegateTest : public testing::Test {
   NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
   AppDelegate *delegate_ = [[AppDelegate alloc] init];
   AppKitSpy spy_;
+  InstallerFolder installer_;
 };
 
 TEST_F(DelegateTest, StartsWithEverythingUnset) {
@@ -116,7 +118,7 @@ TEST_F(DelegateTest, WithoutTheTwoDefaultsTheTitleIsInstall) {
 }
 
 TEST_F(DelegateTest, WithBothDefaultsTheManagedInstallationStartsAtOnceAndNoTitleIsSet) {
-  // Beside the test program there is no components folder, which ends the installation before it touches a file.
+  // There is no components folder, which ends the installation before it touches a file.
   setLaunchDefaults(@{@"teamID" : @"", @"partnerID" : @42});
   [delegate_ applicationDidFinishLaunching:nil];
   EXPECT_EQ(isRMMLaunch, 1);
@@ -133,14 +135,8 @@ TEST_F(DelegateTest, WithBothDefaultsTheManagedInstallationStartsAtOnceAndNoTitl
 
 TEST_F(DelegateTest, ComponentsArePresentAnswersForTheFolderBesideTheInstaller) {
   EXPECT_FALSE([delegate_ componentsArePresent:delegate_]);
-  NSString *folder = [[[[NSBundle mainBundle] bundlePath] stringByDeletingLastPathComponent]
-      stringByAppendingPathComponent:@"components"];
-  ASSERT_TRUE([[NSFileManager defaultManager] createDirectoryAtPath:folder
-                                        withIntermediateDirectories:NO
-                                                         attributes:nil
-                                                              error:nullptr]);
+  installer_.addComponent("ca.crt", "ca");
   EXPECT_TRUE([delegate_ componentsArePresent:delegate_]);
-  [[NSFileManager defaultManager] removeItemAtPath:folder error:nullptr];
   EXPECT_EQ(spy_.alerts.size(), 1U);
   EXPECT_TRUE(spy_.terminateSenders.empty()) << "its callers terminate";
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #import "cocoa/support/app_kit_spy.h"
+#import "cocoa/support/installer_folder.h"
 #import "cocoa/support/main_loop.h"
 #import "helper-client/HelperToolProtocol.h"
 #import "platform/gnustep/mach_services.h"
@@ -133,6 +134,7 @@ class HelperClient : public testing::Test {
 
   NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
   AppKitSpy spy_;
+  InstallerFolder installer_;
   AppDelegate *delegate_ = [[AppDelegate alloc] init];
   NSTextView *textView_ = [[NSTextView alloc] initWithFrame:NSMakeRect(0, 0, 300, 100)];
   TestHelper *helper_ = [[TestHelper alloc] init];
@@ -287,13 +289,43 @@ TEST_F(HelperClient, TheNullAuthorizationIsWrittenToTheConsoleTwiceForEachInstal
   EXPECT_EQ(spy_.console, (std::vector<std::string>{"(null)", "(null)"}));
 }
 
-TEST_F(HelperClient, WithTheComponentsMissingNoAlertIsShownAndTheCommandIsStillSent) {
-  // Beside the test program there is no components folder.
+/// What lies in the temporary folder, which is handed to the helper.
+std::string staged(const std::string &name) {
+  return contentsOf(std::string([NSTemporaryDirectory() UTF8String]) + "/" + name);
+}
+
+TEST_F(HelperClient, WithTheComponentsMissingNoAlertIsShownOnlyTheBundleItemsAreStagedAndTheCommandIsStillSent) {
+  installer_.addResource("Quillmark.app/Contents/Info.plist", "the client");
+  installer_.addResource("client.up.tunnelblick.sh", "up");
+  installer_.addResource("client.down.tunnelblick.sh", "down");
   registerHelper();
   [delegate_ installQuillmarkApplication2];
-  (void)log(1);
+  ASSERT_EQ(log(1), "success\n");
   EXPECT_TRUE(spy_.alerts.empty());
   EXPECT_EQ(*helper_->installs, 1);
+  EXPECT_EQ(staged("Quillmark.app/Contents/Info.plist"), "the client");
+  EXPECT_EQ(staged("client.up.tunnelblick.sh"), "up");
+  EXPECT_EQ(staged("client.down.tunnelblick.sh"), "down");
+  EXPECT_EQ(staged("ca.crt"), "");
+}
+
+TEST_F(HelperClient, RunTwiceInARowTheSecondRunReplacesEveryStagedItem) {
+  const std::vector<std::string> vpnFiles = {"ca.crt",      "client.crt", "client.key",
+                                             "client.ovpn", "login.conf", "ta.key"};
+  registerHelper();
+  for (const std::string version : {"first", "second"}) {
+    installer_.addResource("Quillmark.app/Contents/Info.plist", version);
+    installer_.addResource("client.up.tunnelblick.sh", version);
+    installer_.addResource("client.down.tunnelblick.sh", version);
+    for (const std::string &name : vpnFiles) installer_.addComponent(name, version + " " + name);
+    [delegate_ installQuillmarkApplication2];
+    EXPECT_EQ(staged("Quillmark.app/Contents/Info.plist"), version);
+    EXPECT_EQ(staged("Quillmark.app/Quillmark.app/Contents/Info.plist"), "");
+    EXPECT_EQ(staged("client.up.tunnelblick.sh"), version);
+    EXPECT_EQ(staged("client.down.tunnelblick.sh"), version);
+    for (const std::string &name : vpnFiles) EXPECT_EQ(staged(name), version + " " + name);
+  }
+  EXPECT_EQ(log(2), "success\nsuccess\n");
 }
 
 TEST_F(HelperClient, AHundredThousandLogCallsFromManyThreadsAreAllThereAndNoneTouchesTheWindowOffTheMainThread) {

@@ -111,7 +111,7 @@ TEST_F(Window, AMixedStateCountsAsTicked) {
   [delegate_.TCCheckBoxOutlet setAllowsMixedState:YES];
   [delegate_.TCCheckBoxOutlet setState:NSMixedState];
   [installButton() performClick:nil];
-  // The installation has begun: beside the test program there is no components folder.
+  // The installation has begun, and finds no components folder.
   ASSERT_EQ(spy_.alerts.size(), 1U);
   EXPECT_EQ(spy_.alerts[0].messageText, "Quillmark Installer Error");
   EXPECT_EQ(spy_.terminateSenders, std::vector<id>{delegate_});

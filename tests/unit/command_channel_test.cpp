@@ -116,6 +116,23 @@ TEST_F(CommandChannel, Invalidated_ACommandBeforeTheResetReusesTheDeadConnection
   EXPECT_EQ(log(), "error NSCocoaErrorDomain / 4099\nconnection invalidated\n");
 }
 
+TEST_F(CommandChannel, Invalidated_AReplyThatWasUnderWayIsStillLogged) {
+  requestVersion();
+  const auto message = takeSent();
+  invalidate();
+  message.version("1.0");
+  EXPECT_EQ(log(), "version = 1.0\nconnection invalidated\n");
+}
+
+TEST_F(CommandChannel, NoConnectionAgain_AReplyThatWasUnderWayIsStillLogged) {
+  requestVersion();
+  const auto message = takeSent();
+  invalidate();
+  mac_.mainQueue.run();
+  message.version("1.0");
+  EXPECT_EQ(log(), "connection invalidated\nversion = 1.0\n");
+}
+
 TEST_F(CommandChannel, Invalidated_ASecondInvalidationDoesNothing) {
   connect();
   invalidate();

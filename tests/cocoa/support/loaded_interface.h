@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #import "cocoa/support/app_kit_spy.h"
+#import "cocoa/support/installer_folder.h"
 #import "cocoa/support/main_loop.h"
 #import "shell/AppDelegate.h"
 
@@ -56,6 +57,7 @@ class LoadedInterface : public testing::Test {
 
   NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
   AppKitSpy spy_;
+  InstallerFolder installer_;
   AppDelegate *delegate_ = nil;
 };
 

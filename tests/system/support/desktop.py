@@ -13,9 +13,7 @@ from support.picture import Area, read_window_dump
 from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, until
 
 WIDTH, HEIGHT = 1024, 768
-CORNER = (WIDTH - 1, HEIGHT - 1)
-# GNUstep misses the release of a button that is let go at once.
-PRESS_SECONDS = "0.1"
+PRESS_SECONDS = "0.5"
 PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
             "xprop": "x11-utils", "xwininfo": "x11-utils", "setpriv": "util-linux"}
 
@@ -47,7 +45,7 @@ class Desktop:
     def start(self):
         number, end = os.pipe()
         self.run_in_background("Xvfb", "-displayfd", str(end), "-screen", "0", f"{WIDTH}x{HEIGHT}x24",
-                               "-fbdir", str(self.folder), "-nolisten", "tcp", "-noreset", pass_fds=[end])
+                               "-fbdir", str(self.folder), "-nocursor", "-nolisten", "tcp", "-noreset", pass_fds=[end])
         os.close(end)
         with open(number, encoding="ascii") as line:
             display = line.readline().strip()
@@ -60,8 +58,7 @@ class Desktop:
         self.events = Lines(recorder.stdout)
         until(lambda: "SubstructureNotify" in self.ask("xwininfo", "-root", "-events"), "the recording of windows")
         self.run_in_background("openbox")
-        until(self.is_managed, "the window manager")
-        self.move_to(*CORNER)
+        until(lambda: self.try_to_ask("wmctrl", "-m"), "the window manager")
         self.first_event = len(self.events.lines)
 
     def close(self):
@@ -80,24 +77,32 @@ class Desktop:
     def ask(self, *command):
         return output_of(*command, env=self.environment)
 
-    def is_managed(self):
-        return subprocess.run(["wmctrl", "-m"], env=self.environment, capture_output=True, check=False,
-                              timeout=DEADLINE_SECONDS).returncode == 0
+    def try_to_ask(self, *command):
+        """What the command prints, or None if it fails, as it does when a window goes away meanwhile."""
+        asked = subprocess.run(command, env=self.environment, capture_output=True, text=True, check=False,
+                               timeout=DEADLINE_SECONDS)
+        return asked.stdout if asked.returncode == 0 else None
 
     # Screen
 
     def picture(self):
         return read_window_dump(self.folder / "Xvfb_screen0")
 
+    def picture_at_rest(self):
+        """The screen once it does not change any more."""
+        pictures = [self.picture()]
+
+        def rests():
+            pictures.append(self.picture())
+            return pictures[-1] == pictures[-2]
+
+        until(rests, "a screen at rest")
+        return pictures[-1]
+
     # Mouse and keyboard
 
     def move_to(self, x, y):
         self.ask("xdotool", "mousemove", str(x), str(y))
-
-    def click(self, x, y):
-        """Clicks, and moves the pointer out of the way."""
-        self.ask("xdotool", "mousemove", str(x), str(y), "mousedown", "1", "sleep", PRESS_SECONDS, "mouseup", "1",
-                 "mousemove", *map(str, CORNER))
 
     def hold(self, x, y):
         """Presses the button of the mouse without letting it go."""
@@ -106,6 +111,10 @@ class Desktop:
     def let_go(self):
         self.ask("xdotool", "mouseup", "1")
 
+    def click(self, x, y):
+        """Clicks where nothing tells when to let go."""
+        self.ask("xdotool", "mousemove", str(x), str(y), "mousedown", "1", "sleep", PRESS_SECONDS, "mouseup", "1")
+
     def press(self, key):
         self.ask("xdotool", "key", key)
 
@@ -113,8 +122,10 @@ class Desktop:
 
     def windows(self):
         """The windows that a person sees now, without the screen's own and the window manager's."""
+        while (listed := self.try_to_ask("wmctrl", "-l")) is None:
+            pass
         found = []
-        for line in self.ask("wmctrl", "-l").splitlines():
+        for line in listed.splitlines():
             identifier, _, _, title = line.split(maxsplit=3)
             area = self.area_of(identifier)
             if area:
@@ -123,18 +134,16 @@ class Desktop:
 
     def areas_of_visible(self, title):
         """Where windows with that title lie that a person sees, the window manager's business or not."""
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", f"^{title}$"], env=self.environment,
-                               capture_output=True, text=True, check=False, timeout=DEADLINE_SECONDS)
-        return list(filter(None, map(self.area_of, found.stdout.split())))
+        found = self.try_to_ask("xdotool", "search", "--onlyvisible", "--name", f"^{title}$") or ""
+        return list(filter(None, map(self.area_of, found.split())))
 
     def area_of(self, identifier):
         """Where the window lies, or None if it has gone meanwhile."""
-        asked = subprocess.run(["xwininfo", "-id", identifier], env=self.environment, capture_output=True, text=True,
-                               check=False, timeout=DEADLINE_SECONDS)
-        if asked.returncode != 0:
+        told = self.try_to_ask("xwininfo", "-id", identifier)
+        if told is None:
             return None
         labels = ["Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"]
-        return Area(*(int(re.search(rf"{label}: +(-?\d+)", asked.stdout)[1]) for label in labels))
+        return Area(*(int(re.search(rf"{label}: +(-?\d+)", told)[1]) for label in labels))
 
     def frame_of(self, window):
         """Where the window lies with its title bar and its edges."""
@@ -167,9 +176,7 @@ class Desktop:
         until(lambda: self.focused() == int(window.identifier, 16), f"the keyboard's focus on {window}")
 
     def focused(self):
-        asked = subprocess.run(["xdotool", "getactivewindow"], env=self.environment, capture_output=True, text=True,
-                               check=False, timeout=DEADLINE_SECONDS)
-        return int(asked.stdout) if asked.returncode == 0 else None
+        return int(self.try_to_ask("xdotool", "getactivewindow") or 0)
 
     def close_window(self, window):
         """Closes a window by the button in its title bar, so to speak."""

@@ -4,7 +4,7 @@ import re
 import subprocess
 
 from support import clipboard, interface
-from support.desktop import CORNER, WIDTH
+from support.desktop import WIDTH
 from support.interface import ACTIVITY_LOG, CONTROLS, INSTALL_BUTTON, MENUS, TERMS_CONTROLS
 from support.picture import Area
 from support.waiting import DEADLINE_SECONDS, Lines, until
@@ -96,8 +96,21 @@ class Installer:
     # Mouse
 
     def click(self, control):
-        x, y = CONTROLS[control].moved(self.window.area.x, self.window.area.y).centre()
-        self.desktop.click(x, y)
+        """Presses the mouse's button over a control, and lets go when the window shows it.
+
+        GNUstep misses a release that comes sooner, and goes by where the pointer is when it deals with it.
+        """
+        before = self.desktop.picture_at_rest().crop(self.window.area)
+        self.desktop.hold(*self.centre_of(control))
+        until(lambda: self.picture() != before, f"an effect of the mouse on {control}")
+        self.desktop.let_go()
+
+    def click_without_effect(self, control):
+        """Clicks on a control that does not look pressed."""
+        self.desktop.click(*self.centre_of(control))
+
+    def centre_of(self, control):
+        return CONTROLS[control].moved(self.window.area.x, self.window.area.y).centre()
 
     def tick(self):
         seen = self.console().count("state 1")
@@ -131,9 +144,8 @@ class Installer:
         self.desktop.move_to(*place.centre())
         until(lambda: self.desktop.picture().crop(place).near(HIGHLIGHT), f"the highlighted menu item {item}")
         self.desktop.let_go()
-        # GNUstep closes a menu when the item's action has returned, on the pointer's place it decides before.
+        # GNUstep closes a menu only once the item's action has returned.
         until(lambda: self.has_alert() or not self.desktop.areas_of_visible("Window"), f"the end of the menu {menu}")
-        self.desktop.move_to(*CORNER)
 
     def areas_of_menu_titles(self):
         """Of all gaps in the menu bar's text, those between the titles are the widest."""
@@ -145,7 +157,7 @@ class Installer:
         return [Area(bar.x + start, bar.y, end - start, bar.height) for start, end in zip(starts, ends)]
 
     def read_activity_log(self):
-        """Copies the activity log by keyboard; answers with what is then on the clipboard."""
+        """Copies the activity log by keyboard; answers with what is then on the clipboard. Works once."""
         self.click(ACTIVITY_LOG)
         self.desktop.press("alt+a")
         self.desktop.press("alt+c")
