@@ -895,7 +895,7 @@ class SecurityFramework(MacRootTest):
         """What the two calls say: success, flag, original."""
         result = self.mac_root("--security", self.security, *options, "--program", PLAIN_PYTHON,
                                "--", "-c", RELOCATION_PROBE, bundle)
-        self.assertEqual((result.stderr, result.returncode), ("", 0))
+        self.assertEqual(result.returncode, 0, result.stderr)
         *answers, of_nothing = result.stdout.splitlines()
         self.assertEqual(of_nothing, "0 False None")
         self.assertEqual(answers, answers[:1] * 3)

@@ -10,7 +10,7 @@ import unittest
 from support.case import COMPONENT, SystemTest, installation_lines
 from support.installer import CRITICAL, MENU_BAR
 from support.interface import INSTALL_BUTTON
-from support.mac import component, resource
+from support.mac import component
 from support.tree import tree
 
 BOTH = ["-teamID", "T2", "-partnerID", "P1"]

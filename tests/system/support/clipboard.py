@@ -2,12 +2,13 @@
 
 import ctypes
 
-from support.waiting import until
+from support.waiting import within
 
 CURRENT_TIME = 0
 SELECTION_NOTIFY = 31
 ANY_TYPE = 0
 NO_PROPERTY = 0
+LONGEST_ANSWER_SECONDS = 2
 LONGEST_IN_WORDS = 1 << 16
 
 
@@ -19,7 +20,7 @@ class SelectionEvent(ctypes.Structure):
 
 
 def read(display_name):
-    """The text on the clipboard, or None where there is none."""
+    """The text on the clipboard, or None where there is none yet."""
     x11 = ctypes.CDLL("libX11.so.6")
     x11.XOpenDisplay.restype = ctypes.c_void_p
     x11.XDefaultRootWindow.restype = x11.XCreateSimpleWindow.restype = x11.XInternAtom.restype = ctypes.c_ulong
@@ -32,8 +33,11 @@ def read(display_name):
         x11.XConvertSelection(display, clipboard, utf8, answer, window, ctypes.c_ulong(CURRENT_TIME))
         x11.XFlush(display)
         event = SelectionEvent()
-        until(lambda: x11.XCheckTypedEvent(display, SELECTION_NOTIFY, ctypes.byref(event)), "the clipboard's owner")
-        return None if event.property == NO_PROPERTY else read_property(x11, display, window, answer)
+        answered = within(LONGEST_ANSWER_SECONDS,
+                          lambda: x11.XCheckTypedEvent(display, SELECTION_NOTIFY, ctypes.byref(event)))
+        if not answered or event.property == NO_PROPERTY:
+            return None
+        return read_property(x11, display, window, answer)
     finally:
         x11.XCloseDisplay(display)
 

@@ -13,7 +13,6 @@ from support.picture import Area, read_window_dump
 from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, until
 
 WIDTH, HEIGHT = 1024, 768
-PRESS_SECONDS = "0.5"
 PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
             "xprop": "x11-utils", "xwininfo": "x11-utils", "setpriv": "util-linux"}
 
@@ -110,10 +109,6 @@ class Desktop:
 
     def let_go(self):
         self.ask("xdotool", "mouseup", "1")
-
-    def click(self, x, y):
-        """Clicks where nothing tells when to let go."""
-        self.ask("xdotool", "mousemove", str(x), str(y), "mousedown", "1", "sleep", PRESS_SECONDS, "mouseup", "1")
 
     def press(self, key):
         self.ask("xdotool", "key", key)

@@ -7,7 +7,7 @@ from support import clipboard, interface
 from support.desktop import WIDTH
 from support.interface import ACTIVITY_LOG, CONTROLS, INSTALL_BUTTON, MENUS, TERMS_CONTROLS
 from support.picture import Area
-from support.waiting import DEADLINE_SECONDS, Lines, until
+from support.waiting import DEADLINE_SECONDS, Lines, until, within
 
 CONSOLE_LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} Quillmark Installer\[\d+:\d+\] (.*)")
 # Messages of GNUstep about itself.
@@ -20,10 +20,11 @@ INFORMATIONAL = "Information"
 
 GREEN = (51, 204, 51)
 BLACK = (0, 0, 0)
-HIGHLIGHT = (56, 117, 214)
 
 # AppKit's, which GNUstep shows as a window of its own.
 MENU_BAR = Area(0, 0, WIDTH, 22)
+
+LONGEST_PRESS_SECONDS = 1
 
 
 class Installer:
@@ -69,7 +70,7 @@ class Installer:
             return window.title == interface.TITLE and window.area[2:] == interface.WINDOW_SIZE
 
         self.window = self.desktop.wait_for_window("the installer's window", is_main_window)
-        until(lambda: self.look_at(INSTALL_BUTTON).near(BLACK), "the title of the install button")
+        until(self.is_painted, "the title of the install button")
         self.desktop.wait_for_focus(self.window)
         return self
 
@@ -96,18 +97,14 @@ class Installer:
     # Mouse
 
     def click(self, control):
-        """Presses the mouse's button over a control, and lets go when the window shows it.
+        """Presses the mouse's button over a control, and lets go once the control looks pressed.
 
-        GNUstep misses a release that comes sooner, and goes by where the pointer is when it deals with it.
+        GNUstep misses a release that comes sooner. It does not always draw what is pressed, and links never look it.
         """
         before = self.desktop.picture_at_rest().crop(self.window.area)
         self.desktop.hold(*self.centre_of(control))
-        until(lambda: self.picture() != before, f"an effect of the mouse on {control}")
+        within(LONGEST_PRESS_SECONDS, lambda: self.picture() != before)
         self.desktop.let_go()
-
-    def click_without_effect(self, control):
-        """Clicks on a control that does not look pressed."""
-        self.desktop.click(*self.centre_of(control))
 
     def centre_of(self, control):
         return CONTROLS[control].moved(self.window.area.x, self.window.area.y).centre()
@@ -141,8 +138,9 @@ class Installer:
         pulled_down = until(lambda: self.desktop.areas_of_visible("Window"), f"the menu {menu}")[0]
         line = pulled_down.height // len(items)
         place = Area(pulled_down.x, pulled_down.y + items.index(item) * line, pulled_down.width, line)
+        before = self.desktop.picture_at_rest().crop(place)
         self.desktop.move_to(*place.centre())
-        until(lambda: self.desktop.picture().crop(place).near(HIGHLIGHT), f"the highlighted menu item {item}")
+        within(LONGEST_PRESS_SECONDS, lambda: self.desktop.picture().crop(place) != before)
         self.desktop.let_go()
         # GNUstep closes a menu only once the item's action has returned.
         until(lambda: self.has_alert() or not self.desktop.areas_of_visible("Window"), f"the end of the menu {menu}")
@@ -171,6 +169,11 @@ class Installer:
 
     def look_at(self, control):
         return self.picture().crop(CONTROLS[control])
+
+    def is_painted(self):
+        """The button has a black title. Before it is painted, a window is all black."""
+        title = self.picture().crop(CONTROLS[INSTALL_BUTTON].smaller_by(6))
+        return 0 < len(title.near(BLACK)) < title.width * title.height / 2
 
     def is_green(self):
         return len(self.look_at(INSTALL_BUTTON).near(GREEN)) > 50

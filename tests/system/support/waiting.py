@@ -12,13 +12,19 @@ class TooLate(AssertionError):
     """What was waited for has not happened."""
 
 
-def until(condition, what):
-    """Waits for what nobody announces; answers with what the condition answered."""
-    deadline = time.monotonic() + DEADLINE_SECONDS
-    while not (answer := condition()):
-        if time.monotonic() > deadline:
-            raise TooLate(f"{what}: still waiting after {DEADLINE_SECONDS} seconds")
+def within(seconds, condition):
+    """Waits for what nobody announces; answers with what the condition answered last."""
+    deadline = time.monotonic() + seconds
+    while not (answer := condition()) and time.monotonic() < deadline:
         time.sleep(POLL_SECONDS)
+    return answer
+
+
+def until(condition, what):
+    """The same, for what has to come."""
+    answer = within(DEADLINE_SECONDS, condition)
+    if not answer:
+        raise TooLate(f"{what}: still waiting after {DEADLINE_SECONDS} seconds")
     return answer
 
 
