@@ -25,10 +25,20 @@
       @"selectedTextBackgroundColor" : @"0.70 0.84 1.00",
     }];
 
+    [[NSNotificationCenter defaultCenter] addObserver:self
+                                             selector:@selector(quillmarkRepaint:)
+                                                 name:NSWindowDidBecomeKeyNotification
+                                               object:nil];
+
     // Else the interface file's binding of the title is passed over. After the defaults, because this already makes
     // AppKit read its colours.
     [NSButton exposeBinding:@"attributedTitle"];
   }
+}
+
+/// Once in a while GNUstep draws a new window before the X server shows it, and the drawing is lost.
++ (void)quillmarkRepaint:(NSNotification *)notification {
+  [[[notification object] contentView] setNeedsDisplay:YES];
 }
 
 @end
