@@ -30,6 +30,8 @@ void exchangeAll() {
 NSLog_printf_handler *formerHandler;
 
 void keepConsoleLine(NSString *line) {
+  // GNUstep's own, when its pasteboard daemon is late.
+  if ([line rangeOfString:@"While Updating Menu"].length != 0) return;
   // "<date> <process>[<pid>:<thread>] <text>\n"
   const std::string whole = [line UTF8String];
   const auto prefix = whole.find("] ");
