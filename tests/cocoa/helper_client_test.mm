@@ -8,6 +8,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -91,6 +94,29 @@
                                withReply:(void (^)(NSError *, NSFileHandle *, NSFileHandle *))reply {
   givenAuthorization = authorization;
   reply(error, [NSFileHandle fileHandleWithStandardInput], [NSFileHandle fileHandleWithStandardError]);
+}
+
+@end
+
+// A connection has a thread of its own, by which the counting helper tells the connections apart.
+static std::atomic<int> connections = 0;
+static thread_local const int connectionNumber = connections++;
+static thread_local int answerNumber = 0;
+
+/// Numbers the answers that it gives to each connection, a version and an error in turn.
+@interface CountingHelper : TestHelper
+@end
+
+@implementation CountingHelper
+
+- (void)getVersionWithReply:(void (^)(NSString *))reply {
+  reply([NSString stringWithFormat:@"%d %d", connectionNumber, answerNumber++]);
+}
+
+- (void)bindToLowNumberPortAuthorization:(NSData *)authorization
+                               withReply:(void (^)(NSError *, NSFileHandle *, NSFileHandle *))reply {
+  NSString *domain = [NSString stringWithFormat:@"%d", connectionNumber];
+  reply([NSError errorWithDomain:domain code:answerNumber++ userInfo:nil], nil, nil);
 }
 
 @end
@@ -328,63 +354,129 @@ TEST_F(HelperClient, RunTwiceInARowTheSecondRunReplacesEveryStagedItem) {
   EXPECT_EQ(log(2), "success\nsuccess\n");
 }
 
-TEST_F(HelperClient, AHundredThousandLogCallsFromManyThreadsAreAllThereAndNoneTouchesTheWindowOffTheMainThread) {
-  constexpr int threads = 8;
-  constexpr int linesPerThread = 12500;
-  registerHelper();
-  [textView_ release];
-  textView_ = [[UnlaidTextView alloc] initWithFrame:NSMakeRect(0, 0, 300, 100)];
-  delegate_.textView = textView_;
-  [delegate_ connectToHelperTool];
-  NSXPCConnection *connection = delegate_.helperToolConnection;
-  AppDelegate *delegate = delegate_;
-
-  __block bool offMainThread = false;
-  id observer = [[NSNotificationCenter defaultCenter] addObserverForName:NSTextStorageDidProcessEditingNotification
+/// The log of many threads at once.
+class CrowdedLog : public HelperClient {
+ protected:
+  CrowdedLog() {
+    [textView_ release];
+    textView_ = [[UnlaidTextView alloc] initWithFrame:NSMakeRect(0, 0, 300, 100)];
+    delegate_.textView = textView_;
+    std::atomic<bool> *const touched = &touchedOffMainThread_;
+    observer_ = [[NSNotificationCenter defaultCenter] addObserverForName:NSTextStorageDidProcessEditingNotification
                                                                   object:[textView_ textStorage]
                                                                    queue:nil
                                                               usingBlock:^(NSNotification *) {
-                                                                if (![NSThread isMainThread]) offMainThread = true;
+                                                                if (![NSThread isMainThread]) *touched = true;
                                                               }];
+  }
+
+  ~CrowdedLog() override {
+    [[NSNotificationCenter defaultCenter] removeObserver:observer_];
+    EXPECT_FALSE(touchedOffMainThread_);
+  }
+
+  struct Tally {
+    std::map<int, int> answers;  // of each thread
+    int undelivered = 0;
+    int invalidations = 0;
+  };
+
+  /// Counts the lines, which must be numbered without a gap for each thread.
+  static Tally tally(const std::string &lines) {
+    Tally tally;
+    std::istringstream stream(lines);
+    for (std::string line; std::getline(stream, line);) {
+      int thread = -1;
+      int number = -1;
+      if (line == "connection invalidated") {
+        ++tally.invalidations;
+      } else if (line == "error NSCocoaErrorDomain / 4099") {
+        ++tally.undelivered;
+      } else if (std::sscanf(line.c_str(), "version = %d %d", &thread, &number) == 2 ||
+                 std::sscanf(line.c_str(), "error %d / %d", &thread, &number) == 2) {
+        EXPECT_EQ(number, tally.answers[thread]++) << "of thread " << thread;
+      } else {
+        ADD_FAILURE() << line;
+      }
+    }
+    return tally;
+  }
+
+ private:
+  std::atomic<bool> touchedOffMainThread_ = false;
+  id observer_;
+};
+
+TEST_F(CrowdedLog, AHundredThousandLogCallsFromManyThreadsKeepEachThreadsOrderAndTheWindowToTheMainThread) {
+  constexpr int threads = 8;
+  constexpr int linesPerThread = 12500;
+  AppDelegate *delegate = delegate_;
   NSOperationQueue *queue = [[[NSOperationQueue alloc] init] autorelease];
   [queue setMaxConcurrentOperationCount:threads];
   for (int thread = 0; thread < threads; ++thread) {
     [queue addOperationWithBlock:^{
-      NSError *error = [NSError errorWithDomain:[NSString stringWithFormat:@"%d", thread] code:0 userInfo:nil];
+      NSString *domain = [NSString stringWithFormat:@"%d", thread];
       for (int line = 0; line < linesPerThread; ++line) {
         @autoreleasepool {
           if (line % 2 == 0) {
             [delegate logWithFormat:@"version = %d %d\n", thread, line];
           } else {
-            [delegate logError:[NSError errorWithDomain:[error domain] code:line userInfo:nil]];
+            [delegate logError:[NSError errorWithDomain:domain code:line userInfo:nil]];
           }
         }
       }
     }];
   }
-  [connection invalidate];
 
-  const std::string lines = log(threads * linesPerThread + 1);
-  [[NSNotificationCenter defaultCenter] removeObserver:observer];
-  EXPECT_FALSE(offMainThread);
-  std::vector<int> next(threads, 0);
-  int invalidations = 0;
-  std::size_t begin = 0;
-  for (std::size_t end = lines.find('\n'); end != std::string::npos; begin = end + 1, end = lines.find('\n', begin)) {
-    const std::string line = lines.substr(begin, end - begin);
-    int thread = -1;
-    int number = -1;
-    if (line == "connection invalidated") {
-      ++invalidations;
-    } else if (std::sscanf(line.c_str(), "version = %d %d", &thread, &number) == 2 ||
-               std::sscanf(line.c_str(), "error %d / %d", &thread, &number) == 2) {
-      ASSERT_EQ(number, next.at(thread)++) << "of thread " << thread;
-    } else {
-      FAIL() << line;
+  const Tally lines = tally(log(threads * linesPerThread));
+  EXPECT_EQ(lines.answers.size(), threads);
+  for (const auto &[thread, count] : lines.answers) EXPECT_EQ(count, linesPerThread) << "of thread " << thread;
+}
+
+// Eight delegates, so that eight connections answer at once, each on its private queue, while other threads invalidate
+// them again and again: every command ends in one line, a reply or an error. An invalidation overtakes the answers that
+// are still on their way.
+TEST_F(CrowdedLog, AHundredThousandCommandsAreAllAnsweredWhileOtherThreadsInvalidateTheirConnections) {
+  constexpr int delegateCount = 8;
+  constexpr int rounds = 25;
+  constexpr int commandsPerRound = 500;
+  constexpr int commands = delegateCount * rounds * commandsPerRound;
+  CountingHelper *helper = [[[CountingHelper alloc] init] autorelease];
+  registerMachService(service, helper);
+  NSMutableArray *delegates = [NSMutableArray arrayWithObject:delegate_];
+  while ([delegates count] < delegateCount) {
+    AppDelegate *delegate = [[[AppDelegate alloc] init] autorelease];
+    delegate.textView = textView_;
+    [delegates addObject:delegate];
+  }
+
+  for (int round = 0; round < rounds; ++round) {
+    @autoreleasepool {
+      for (int command = 0; command < commandsPerRound; ++command) {
+        for (AppDelegate *delegate in delegates) {
+          if (command % 2 == 0) {
+            [delegate getVersionAction:nil];
+          } else {
+            [delegate bindAction:nil];
+          }
+          if (command == commandsPerRound / 2) {
+            [delegate.helperToolConnection performSelectorInBackground:@selector(invalidate) withObject:nil];
+          }
+        }
+      }
+    }
+    for (AppDelegate *delegate in delegates) {
+      ASSERT_TRUE(serveMainLoopUntil([&] { return delegate.helperToolConnection == nil; }));
     }
   }
-  EXPECT_EQ(invalidations, 1);
-  for (const int count : next) EXPECT_EQ(count, linesPerThread);
+
+  const Tally lines = tally(log(commands + delegateCount * rounds));
+  int answers = 0;
+  for (const auto &[connection, count] : lines.answers) answers += count;
+  EXPECT_EQ(answers + lines.undelivered, commands);
+  EXPECT_EQ(lines.invalidations, delegateCount * rounds);
+  EXPECT_GT(lines.answers.size(), 1U);
+  EXPECT_GT(lines.undelivered, 0);
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 // Blocks as Objective-C objects. The blocks runtime knows three kinds of block, and each block's first word points
 // at its kind's class record; Debian's runtime leaves these records empty. They are filled with a real class here,
-// so that blocks can be retained, copied as properties and put into collections.
+// so that blocks can be retained, copied as properties and put into collections. Nor does Debian's runtime know how to
+// retain the objects that a block uses; the two functions at the end do.
 
 #import <Foundation/Foundation.h>
 
 #include <Block.h>
+#include <dlfcn.h>
 #include <objc/runtime.h>
 
 #include <cstring>
@@ -62,3 +64,39 @@ extern void *_NSConcreteMallocBlock[32];
 }
 
 @end
+
+// The compiler's calls for each variable that a copied block uses, see Block-ABI-Apple in clang's documentation. The
+// runtime defines them weakly, so that these two stand in for them.
+
+namespace {
+
+constexpr int fieldIsObject = 3;  // BLOCK_FIELD_IS_OBJECT
+
+/// The runtime's own function, which knows all the other kinds of variable.
+template <typename Function>
+Function *next(const char *name) {
+  return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+void _Block_object_assign(void *destination, const void *object, const int flags) {
+  static auto *const assign = next<void(void *, const void *, int)>("_Block_object_assign");
+  if (flags == fieldIsObject) {
+    *static_cast<id *>(destination) = [static_cast<id>(const_cast<void *>(object)) retain];
+  } else {
+    assign(destination, object, flags);
+  }
+}
+
+void _Block_object_dispose(const void *object, const int flags) {
+  static auto *const dispose = next<void(const void *, int)>("_Block_object_dispose");
+  if (flags == fieldIsObject) {
+    [static_cast<id>(const_cast<void *>(object)) release];
+  } else {
+    dispose(object, flags);
+  }
+}
+}
