@@ -1,28 +1,41 @@
 #!/usr/bin/env python3
-"""The Helper menu, on a Mac without a helper tool.
+"""The Helper menu on a Mac without a helper tool and on one with it, and the hand-over of the installation to it.
 
 usage: test_helper.py [Class[.test]]
 """
 
+import shutil
+import tempfile
 import unittest
+from pathlib import Path
 
-from support.case import SystemTest
+from support.case import SCRIPTS, SystemTest
 from support.installer import BLACK, CRITICAL
 from support.interface import ACTIVITY_LOG, INSTALL_BUTTON
+from support.mac import BUILD, DISTRIBUTION, EXECUTABLE, resource
+from support.tree import look_at, tree
 from support.waiting import until
 
 REFUSAL = "The operation couldn't be completed. (CFErrorDomainLaunchd error 4.)"
 UNDELIVERED = "error NSCocoaErrorDomain / 4099\nconnection invalidated\n"
 
+VPN_FILES = ["ca.crt", "client.crt", "client.key", "client.ovpn", "login.conf", "ta.key"]
+HANDED_OVER = ["(null)", "helper: install /private/var/folders/xx/T/ with (null)", "(null)"]
 
-class Blessing(SystemTest):
+
+class LogTest(SystemTest):
+    def wait_for_log(self, installer, lines):
+        until(lambda: count_text_lines(installer.look_at(ACTIVITY_LOG)) == lines, f"{lines} lines in the log")
+
+
+class Blessing(LogTest):
     def test_a_refused_blessing_tells_the_console_and_the_log_then_shows_the_alert_and_then_ends_the_installer(self):
         installer = self.open(self.mac())
         installer.choose("Helper", "Install Helper")
         alert = installer.wait_for_alert(CRITICAL)
         self.assertEqual(installer.console(), [REFUSAL])
         self.desktop.move_window(alert, 0, 40)
-        until(lambda: count_text_lines(installer.look_at(ACTIVITY_LOG)) == 1, "the error in the log")
+        self.wait_for_log(installer, 1)
         self.assertTrue(installer.is_running())
         installer.dismiss_alert(CRITICAL)
         self.assertEqual(installer.wait_for_end(), 0)
@@ -39,7 +52,7 @@ class Blessing(SystemTest):
         self.assert_same_tree(mac.everything(), before)
 
 
-class CommandChannel(SystemTest):
+class CommandChannel(LogTest):
     def test_a_version_request_writes_the_error_then_the_end_of_the_connection_and_the_installer_keeps_running(self):
         installer = self.open(self.mac())
         installer.choose("Helper", "Helper Version")
@@ -70,15 +83,109 @@ class CommandChannel(SystemTest):
         self.assertEqual(installer.read_activity_log(), UNDELIVERED)
         self.assertEqual(mac.marker.read_bytes(), b"Device\nyes")
 
-    def wait_for_log(self, installer, lines):
-        until(lambda: count_text_lines(installer.look_at(ACTIVITY_LOG)) == lines, f"{lines} lines in the log")
-
     def assert_running_undisturbed(self, installer):
         self.assertTrue(installer.is_running())
         self.assertEqual(installer.console(), [])
         self.assertEqual(self.alerts_ever_shown(), [])
         installer.click(INSTALL_BUTTON)
         installer.dismiss_alert()
+
+
+class HelperTest(LogTest):
+    """With an installer that finds a helper tool."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = Path(tempfile.mkdtemp(prefix="with-helper-"))
+        cls.addClassCleanup(shutil.rmtree, cls.folder)
+        cls.distribution = cls.folder / "distribution"
+        shutil.copytree(DISTRIBUTION, cls.distribution, symlinks=True)
+        shutil.copy(BUILD / "tests/system/installer_with_helper", cls.distribution / EXECUTABLE)
+
+    def mac(self, *options):
+        return super().mac(*options, distribution=self.distribution)
+
+
+class Answers(HelperTest):
+    def test_each_blessing_logs_success_and_the_installer_keeps_running(self):
+        installer = self.open(self.mac())
+        for lines in [1, 2]:
+            installer.choose("Helper", "Install Helper")
+            self.wait_for_log(installer, lines)
+        self.assertEqual(installer.read_activity_log(), "success\n" * 2)
+        self.assertEqual(installer.console(), [])
+        self.assertEqual(self.alerts_ever_shown(), [])
+        self.assertTrue(installer.is_running())
+
+    def test_the_version_and_the_two_handles_are_logged(self):
+        installer = self.open(self.mac())
+        installer.choose("Helper", "Helper Version")
+        self.wait_for_log(installer, 1)
+        installer.choose("Helper", "Bind Low Port")
+        self.wait_for_log(installer, 2)
+        self.assertEqual(installer.read_activity_log(), "version = 2.0\nIPv4 = 0, IPv6 = 2\n")
+        self.assertEqual(installer.console(), ["helper: bind with (null)"])
+
+    def test_a_bind_that_is_refused_logs_its_error_only(self):
+        installer = self.open(self.mac(), "-refusal", "13")
+        installer.choose("Helper", "Bind Low Port")
+        self.wait_for_log(installer, 1)
+        self.assertEqual(installer.read_activity_log(), "error NSPOSIXErrorDomain / 13\n")
+
+
+class HandOver(HelperTest):
+    def hand_over(self, mac, *arguments):
+        return self.open(mac, "-handOver", "YES", *arguments)
+
+    def assert_gathered(self, mac, vpn_files):
+        """The temporary folder holds the payload's items under their names, and only these of the VPN files."""
+        self.assert_same_tree(tree(mac.temporary / "Quillmark.app"), tree(resource("Quillmark.app")))
+        for script in SCRIPTS:
+            self.assertEqual(look_at(mac.temporary / script), look_at(resource(script)))
+        self.assertEqual([name for name in VPN_FILES if (mac.temporary / name).exists()], vpn_files)
+        for name in vpn_files:
+            self.assertEqual(look_at(mac.temporary / name), look_at(DISTRIBUTION / "components" / name))
+
+    def test_success_leaves_one_line_and_the_installed_window_and_the_null_authorization_on_the_console_twice(self):
+        mac = self.mac()
+        installer = self.hand_over(mac)
+        installer.wait_until_installed()
+        self.assertEqual(installer.read_activity_log(), "success\n")
+        self.assertEqual(installer.console(), HANDED_OVER)
+        self.assert_gathered(mac, VPN_FILES)
+        self.assertFalse(mac.system_application.exists())
+        self.assertFalse(mac.staging_folder.exists())
+
+    def test_a_refusal_leaves_only_its_error_in_the_log_and_the_window_unchanged(self):
+        installer = self.hand_over(self.mac(), "-refusal", "13")
+        self.wait_for_log(installer, 1)
+        self.assertEqual(installer.read_activity_log(), "error NSPOSIXErrorDomain / 13\n")
+        self.assertEqual(installer.console(), HANDED_OVER)
+        self.assertFalse(installer.is_green())
+        self.assertFalse(installer.terms_are_gone())
+
+    def test_a_relocated_installer_gathers_the_six_files_from_beside_its_original(self):
+        mac = self.mac("--relocated")
+        self.hand_over(mac).wait_until_installed()
+        self.assert_gathered(mac, VPN_FILES)
+        self.assertEqual(self.alerts_ever_shown(), [])
+
+    def test_without_components_no_alert_is_shown_and_only_the_bundles_items_are_handed_over(self):
+        mac = self.mac("--components", "missing")
+        installer = self.hand_over(mac)
+        installer.wait_until_installed()
+        self.assertEqual(installer.console(), HANDED_OVER)
+        self.assert_gathered(mac, [])
+        self.assertEqual(self.alerts_ever_shown(), [])
+
+    def test_a_second_run_replaces_every_gathered_item(self):
+        mac = self.mac()
+        self.hand_over(mac).wait_until_installed()
+        (mac.temporary / "Quillmark.app/Contents/left").write_text("left\n")
+        for name in SCRIPTS + VPN_FILES:
+            (mac.temporary / name).write_text("changed\n")
+        self.hand_over(mac).wait_until_installed()
+        self.assert_gathered(mac, VPN_FILES)
 
 
 def count_text_lines(log):

@@ -171,9 +171,9 @@ class Installer:
         return self.picture().crop(CONTROLS[control])
 
     def is_painted(self):
-        """The button has a black title. Before it is painted, a window is all black."""
+        """The button has a title, in one of its two colours. Before it is painted, a window is all black."""
         title = self.picture().crop(CONTROLS[INSTALL_BUTTON].smaller_by(6))
-        return 0 < len(title.near(BLACK)) < title.width * title.height / 2
+        return 0 < len(title.near(BLACK) + title.near(GREEN)) < title.width * title.height / 2
 
     def is_green(self):
         return len(self.look_at(INSTALL_BUTTON).near(GREEN)) > 50

@@ -19,6 +19,7 @@ DISTRIBUTION = BUILD / "Quillmark Installer"
 SECURITY = BUILD / "mac-root/Security"
 
 INSTALLER = "Quillmark Installer.app"
+EXECUTABLE = f"{INSTALLER}/Contents/MacOS/Quillmark Installer"
 NOTHING_RUN = b"nothing can be run in the root"
 
 # Locks of the defaults; lists of the applications and services that there are, and of those that run.
@@ -34,14 +35,15 @@ SESSION = 'echo started; "$0" "$@" </dev/null; echo "$?"; read -r _'
 class Mac:
     """Options and faults are mac-root's; the options shape the root, the faults hold while the installer runs."""
 
-    def __init__(self, *options, faults=(), home="ann", temporary="/private/var/folders/xx/T"):
+    def __init__(self, *options, faults=(), home="ann", temporary="/private/var/folders/xx/T",
+                 distribution=DISTRIBUTION):
         self.folder = Path(tempfile.mkdtemp(prefix="mac-", dir=folder_in_memory()))
         self.folder.chmod(0o755)
         self.root = self.folder / "root"
         self.home_inside = f"/Users/{home}"
         self.temporary_inside = temporary
         self.faults = faults
-        self.options = ["--distribution", DISTRIBUTION, "--security", SECURITY, "--root", self.root, "--home", home,
+        self.options = ["--distribution", distribution, "--security", SECURITY, "--root", self.root, "--home", home,
                         "--temporary", temporary + "/", *map(os.fsdecode, options)]
         try:
             self.assemble()
