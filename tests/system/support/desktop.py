@@ -61,8 +61,9 @@ class Desktop:
         self.first_event = len(self.events.lines)
 
     def close(self):
+        # Not killed: an X server that cannot take its lock away may later cost another one its socket.
         for process in reversed(self.processes):
-            process.kill()
+            process.terminate()
             process.wait()
         shutil.rmtree(self.folder)
 

@@ -75,4 +75,4 @@ def output_of(*command, **options):
 
 def ending_with_us(*command):
     """The command, changed so that it does not outlive the process that starts it."""
-    return ["setpriv", "--pdeathsig", "KILL", *command]
+    return ["setpriv", "--pdeathsig", "TERM", *command]
