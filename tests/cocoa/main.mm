@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-
 // What the libraries keep until the end of the process, for the leak sanitizer.
 extern "C" const char *__lsan_default_suppressions();
 extern "C" const char *__lsan_default_suppressions() {
@@ -16,17 +13,8 @@ extern "C" const char *__lsan_default_options() { return "print_suppressions=0";
 
 int main(int argc, char *argv[]) {
   testing::InitGoogleTest(&argc, argv);
-
-  // The user's temporary folder: GNUstep takes it from here when it is private.
-  char folder[] = "/tmp/quillmark-cocoa-XXXXXX";
-  if (mkdtemp(folder) == nullptr) return EXIT_FAILURE;
-  setenv("TEMP", folder, 1);
-
-  int failures = 0;
   @autoreleasepool {
     [NSApplication sharedApplication];
-    failures = RUN_ALL_TESTS();
+    return RUN_ALL_TESTS();
   }
-  std::filesystem::remove_all(folder);
-  return failures;
 }

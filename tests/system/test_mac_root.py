@@ -469,9 +469,10 @@ class Display(MacRootTest):
             if not shutil.which(program):
                 self.skipTest(f"{program} is not installed")
         reading, writing = os.pipe()
-        # Without its second socket, which has no file and can be reached from anywhere on the machine.
-        server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-nolisten", "local"], pass_fds=[writing],
-                                  stderr=subprocess.DEVNULL)
+        # Without its second socket, which has no file and can be reached from anywhere on the machine, and without a
+        # reset when a client leaves, which costs the next one its connection.
+        server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-nolisten", "local", "-noreset"],
+                                  pass_fds=[writing], stderr=subprocess.DEVNULL)
         self.addCleanup(server.wait)
         self.addCleanup(server.terminate)
         os.close(writing)

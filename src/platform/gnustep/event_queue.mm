@@ -1,0 +1,70 @@
+// Events are not left in AppKit's queue. GNUstep looks at the queue and then lets the run loop work until something
+// comes; but drawing, which the run loop does, may wait for a window to be mapped and put events into the queue. A
+// window whose exposure lies there would stay black until something else happens.
+
+#import <AppKit/AppKit.h>
+#import <GNUstepGUI/GSDisplayServer.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdint>
+
+#include "platform/ignore.hpp"
+
+using quillmark::ignore;
+
+@interface GSDisplayServer (QuillmarkEventQueue)
+@end
+
+@implementation GSDisplayServer (QuillmarkEventQueue)
+
+- (BOOL)quillmarkHasEvents {
+  return [event_queue count] != 0;
+}
+
+@end
+
+/// A pipe that has something to read as long as there is an event in the queue: nothing else ends the run loop's wait.
+@interface QuillmarkEventQueue : NSObject <RunLoopEvents> {
+  int _reading;
+  int _writing;
+}
+@end
+
+@implementation QuillmarkEventQueue
+
++ (void)load {
+  @autoreleasepool {
+    QuillmarkEventQueue *queue = [[QuillmarkEventQueue alloc] init];
+    // Not in the event tracking mode, where events that nobody asks for stay in the queue.
+    for (NSString *mode in @[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode ]) [queue watchInMode:mode];
+  }
+}
+
+- (id)init {
+  self = [super init];
+  int ends[2];
+  if (self == nil || pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) return nil;
+  _reading = ends[0];
+  _writing = ends[1];
+  return self;
+}
+
+- (void)watchInMode:(NSString *)mode {
+  void *descriptor = reinterpret_cast<void *>(static_cast<intptr_t>(_reading));
+  [[NSRunLoop currentRunLoop] addEvent:descriptor type:ET_RDESC watcher:self forMode:mode];
+}
+
+/// The run loop asks each time before it waits.
+- (BOOL)runLoopShouldBlock:(BOOL *)trigger {
+  if ([GSCurrentServer() quillmarkHasEvents]) ignore(write(_writing, "", 1));
+  *trigger = YES;
+  return YES;
+}
+
+- (void)receivedEvent:(void *)data type:(RunLoopEventType)type extra:(void *)extra forMode:(NSString *)mode {
+  char byte = 0;
+  ignore(read(_reading, &byte, 1));
+}
+
+@end
