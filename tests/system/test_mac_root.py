@@ -469,10 +469,11 @@ class Display(MacRootTest):
             if not shutil.which(program):
                 self.skipTest(f"{program} is not installed")
         reading, writing = os.pipe()
-        # Without its second socket, which has no file and can be reached from anywhere on the machine, and without a
-        # reset when a client leaves, which costs the next one its connection.
-        server = subprocess.Popen(["Xvfb", "-displayfd", str(writing), "-nolisten", "local", "-noreset"],
-                                  pass_fds=[writing], stderr=subprocess.DEVNULL)
+        # Without its second socket, which has no file and can be reached from anywhere on the machine. That one also
+        # tells servers that look for a number which are taken, so this server has a number of its own. It does not
+        # reset when a client leaves, which would cost the next one its connection.
+        server = subprocess.Popen(["Xvfb", f":{1000 + os.getpid() % 50000}", "-displayfd", str(writing), "-nolisten",
+                                   "local", "-noreset"], pass_fds=[writing], stderr=subprocess.DEVNULL)
         self.addCleanup(server.wait)
         self.addCleanup(server.terminate)
         os.close(writing)

@@ -61,7 +61,7 @@ class Desktop:
         self.first_event = len(self.events.lines)
 
     def close(self):
-        # Not killed: an X server that cannot take its lock away may later cost another one its socket.
+        # Not killed, so that the X server takes its socket away.
         for process in reversed(self.processes):
             process.terminate()
             process.wait()
