@@ -2,6 +2,40 @@
 
 #import <AppKit/AppKit.h>
 
+/// The box of a switch. GNUstep's own picture is made for a darker window: on this one half of its edges are lost.
+@interface QuillmarkSwitch : NSObject
+@end
+
+@implementation QuillmarkSwitch
+
+/// AppKit finds the image by its name from then on.
++ (void)nameImage:(NSString *)name drawnBy:(SEL)drawing {
+  NSImage *const image = [[[NSImage alloc] initWithSize:NSMakeSize(15, 15)] autorelease];
+  [image addRepresentation:[[[NSCustomImageRep alloc] initWithDrawSelector:drawing delegate:self] autorelease]];
+  [image setName:name];
+}
+
++ (void)drawBox:(NSCustomImageRep *)image {
+  const NSRect box = NSMakeRect(0.5, 0.5, 14, 14);
+  [[NSColor whiteColor] set];
+  [NSBezierPath fillRect:box];
+  [[NSColor grayColor] set];
+  [NSBezierPath strokeRect:box];
+}
+
++ (void)drawTickedBox:(NSCustomImageRep *)image {
+  [self drawBox:image];
+  NSBezierPath *tick = [NSBezierPath bezierPath];
+  [tick moveToPoint:NSMakePoint(3.5, 7.5)];
+  [tick lineToPoint:NSMakePoint(6.5, 4)];
+  [tick lineToPoint:NSMakePoint(11.5, 11.5)];
+  [tick setLineWidth:2];
+  [[NSColor blackColor] set];
+  [tick stroke];
+}
+
+@end
+
 @interface NSApplication (QuillmarkInterface)
 @end
 
@@ -24,6 +58,9 @@
       @"selectedMenuItemTextColor" : @"1 1 1",
       @"selectedTextBackgroundColor" : @"0.70 0.84 1.00",
     }];
+
+    [QuillmarkSwitch nameImage:@"GSSwitch" drawnBy:@selector(drawBox:)];
+    [QuillmarkSwitch nameImage:@"GSSwitchSelected" drawnBy:@selector(drawTickedBox:)];
 
     // Else the interface file's binding of the title is passed over. After the defaults, because this already makes
     // AppKit read its colours.
