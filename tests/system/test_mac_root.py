@@ -416,10 +416,15 @@ class MacShape(MacRootTest):
         self.inside("touch $XDG_CACHE_HOME/x")
 
     def test_files_that_the_sanitizers_and_the_coverage_name_can_be_reached(self):
-        suppressions = self.folder / "lsan.supp"
+        # Not in memory: what lies in /dev can be reached in the root by its owner only.
+        folder = Path(tempfile.mkdtemp(dir="/var/tmp"))
+        self.addCleanup(shutil.rmtree, folder)
+        folder.chmod(0o755)
+        suppressions = folder / "lsan.supp"
         suppressions.write_text("leak:nothing\n")
-        profiles = self.folder / "profiles"
+        profiles = folder / "profiles"
         profiles.mkdir()
+        profiles.chmod(0o777)
         environment = self.environment(LSAN_OPTIONS=f"verbosity=0:suppressions={suppressions}",
                                        LLVM_PROFILE_FILE=f"{profiles}/%p.profraw")
         self.assertEqual(self.inside(f'cat {suppressions}; touch "${{LLVM_PROFILE_FILE}}"', environment=environment),
@@ -763,7 +768,9 @@ import ctypes, os, sys
 reading, writing = os.pipe()
 confined = os.getpid()
 if os.fork() == 0:
-    os.read(reading, 1)
+    os.close(writing)
+    if not os.read(reading, 1):
+        os._exit(1)
     for kind in ["uid_map", "gid_map"]:
         with open(f"/proc/{confined}/{kind}", "w") as mapping:
             mapping.write("0 0 65536")
