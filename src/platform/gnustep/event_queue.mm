@@ -24,7 +24,7 @@ using quillmark::ignore;
 
 @end
 
-/// A pipe that has something to read as long as there is an event in the queue: nothing else ends the run loop's wait.
+/// A pipe that has something to read while there is an event in the queue: only a descriptor ends the run loop's wait.
 @interface QuillmarkEventQueue : NSObject <RunLoopEvents> {
   int _reading;
   int _writing;
@@ -51,7 +51,8 @@ using quillmark::ignore;
 }
 
 - (void)watchInMode:(NSString *)mode {
-  void *descriptor = reinterpret_cast<void *>(static_cast<intptr_t>(_reading));
+  // A run loop takes a descriptor as if it were a pointer.
+  void *descriptor = reinterpret_cast<void *>(intptr_t{_reading});  // NOLINT(performance-no-int-to-ptr)
   [[NSRunLoop currentRunLoop] addEvent:descriptor type:ET_RDESC watcher:self forMode:mode];
 }
 
