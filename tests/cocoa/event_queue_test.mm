@@ -35,7 +35,7 @@ TEST(EventQueue, AnEventThatTheRunLoopPutsThereIsNotWaitedFor) {
       [[NSRunLoop currentRunLoop] addTimer:timer forMode:mode];
       // Had the run loop waited, it would have done so until this date, and there would be no event.
       NSEvent *event = [NSApp nextEventMatchingMask:NSAnyEventMask
-                                          untilDate:[NSDate dateWithTimeIntervalSinceNow:2]
+                                          untilDate:[NSDate dateWithTimeIntervalSinceNow:20]
                                              inMode:mode
                                             dequeue:YES];
       ASSERT_EQ([event data1], 4711) << [mode UTF8String];

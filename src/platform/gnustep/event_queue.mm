@@ -1,6 +1,7 @@
 // Events are not left in AppKit's queue. GNUstep looks at the queue and then lets the run loop work until something
-// comes; but drawing, which the run loop does, may wait for a window to be mapped and put events into the queue. A
-// window whose exposure lies there would stay black until something else happens.
+// comes. What works there may run the loop itself, as a call to a daemon does for the answer, and that puts the X
+// server's events into the queue, which is not looked at again. A window whose exposure lies there stays black until
+// something else happens.
 
 #import <AppKit/AppKit.h>
 #import <GNUstepGUI/GSDisplayServer.h>
