@@ -1,17 +1,14 @@
 #include "helper-client/blessing.hpp"
 
 #include "helper-client/helper_label.hpp"
-#include "platform/alert.hpp"
-#include "platform/application.hpp"
-#include "platform/console.hpp"
-#include "platform/ignore.hpp"
-#include "platform/service_management.hpp"
-#include "shell/activity_log.hpp"
+#include "platform/appkit.hpp"
+#include "platform/foundation.hpp"
+#include "window/activity_log.hpp"
 
 namespace quillmark {
 
-void installAction(const Mac &mac, const DelegatePtr &delegate) {
-  const auto error = mac.serviceManagement.jobBless(helperLabel, delegate->authRef());
+void installAction(const Mac &mac, const DelegatePtr &delegate, Authorization authorization) {
+  const auto error = mac.serviceManagement.jobBless(helperLabel, authorization);
   if (!error) {
     logText(mac.mainQueue, delegate, "success\n");
     mac.application.activateIgnoringOtherApps();
@@ -19,12 +16,12 @@ void installAction(const Mac &mac, const DelegatePtr &delegate) {
   }
   mac.console.log(error->localizedDescription);
   logError(mac.mainQueue, delegate, *error);
-  ignore(mac.alertPanel.runModal({
+  mac.alertPanel.runModal({
       .messageText = "Quillmark Installer",
       .informativeText = "Could not authorize properly. The Installer will now quit.",
       .style = AlertStyle::critical,
-  }));
-  mac.application.terminate(*delegate);
+  });
+  delegate->terminateApplication();
 }
 
 }  // namespace quillmark

@@ -1,9 +1,8 @@
 #include "helper-client/command_channel.hpp"
 
 #include "helper-client/helper_label.hpp"
-#include "platform/main_queue.hpp"
-#include "platform/object_description.hpp"
-#include "shell/activity_log.hpp"
+#include "platform/foundation.hpp"
+#include "window/activity_log.hpp"
 
 namespace quillmark {
 
@@ -12,7 +11,7 @@ namespace {
 /// Runs on the connection's queue.
 void connectionWasInvalidated(MainQueue &mainQueue, const DelegatePtr &delegate) {
   // The handler holds the delegate, which holds the connection, which holds the handler.
-  delegate->helperToolConnection()->setInvalidationHandler(nullptr);
+  if (const auto connection = delegate->helperToolConnection()) connection->setInvalidationHandler(nullptr);
   mainQueue.addOperation([&mainQueue, delegate] {
     delegate->setHelperToolConnection(nullptr);
     logText(mainQueue, delegate, "connection invalidated\n");
@@ -42,8 +41,10 @@ void sendCommand(const Mac &mac, const DelegatePtr &delegate, const std::functio
       logError(mac.mainQueue, delegate, *error);
       return;
     }
-    const auto helperTool = delegate->helperToolConnection()->remoteObjectProxy(
-        [&mainQueue = mac.mainQueue, delegate](const Error &undelivered) {
+    const auto connection = delegate->helperToolConnection();
+    if (connection == nullptr) return;  // the field was emptied meanwhile: there is nobody to send to
+    const auto helperTool =
+        connection->remoteObjectProxy([&mainQueue = mac.mainQueue, delegate](const Error &undelivered) {
           logError(mainQueue, delegate, undelivered);
         });
     send(*helperTool);

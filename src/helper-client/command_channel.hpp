@@ -3,10 +3,10 @@
 #include <functional>
 #include <optional>
 
-#include "platform/delegate.hpp"
 #include "platform/error.hpp"
 #include "platform/helper_connection.hpp"
 #include "platform/mac.hpp"
+#include "window/delegate.hpp"
 
 namespace quillmark {
 

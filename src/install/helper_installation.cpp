@@ -5,17 +5,12 @@
 
 #include "helper-client/command_channel.hpp"
 #include "install/layout.hpp"
-#include "platform/bundle.hpp"
-#include "platform/console.hpp"
-#include "platform/directories.hpp"
-#include "platform/file_manager.hpp"
+#include "platform/foundation.hpp"
 #include "platform/ignore.hpp"
-#include "platform/object_description.hpp"
 #include "platform/path.hpp"
-#include "platform/uuids.hpp"
 #include "probes/relocation.hpp"
-#include "shell/activity_log.hpp"
-#include "shell/main_window.hpp"
+#include "window/activity_log.hpp"
+#include "window/installed_state.hpp"
 
 namespace quillmark {
 
@@ -51,7 +46,7 @@ void installQuillmarkApplication2(const Mac &mac, const DelegatePtr &delegate) {
   replaceItem(mac.fileManager, layout::downScriptResource(mac.mainBundle), layout::helperDownScript(temporary));
   stageVPNConfiguration(mac, temporary);
 
-  ignore(mac.uuids.UUIDString());  // deliberate: each hand-over draws one, and none is used
+  [[maybe_unused]] const std::string unused = mac.uuids.UUIDString();  // deliberate: each hand-over draws one
   logAuthorization(mac.console, *delegate);
   sendCommand(mac, delegate, [&](HelperTool &helperTool) {
     helperTool.install(temporary, delegate->authorization(), [mac, delegate](const std::optional<Error> &error) {
@@ -61,7 +56,7 @@ void installQuillmarkApplication2(const Mac &mac, const DelegatePtr &delegate) {
         return;
       }
       logText(mac.mainQueue, delegate, "success\n");
-      postUpdateWindowAfterInstall(mac, delegate);
+      postUpdateWindowAfterInstall(mac.mainQueue, delegate);
     });
   });
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/delegate.hpp"
 #include "platform/mac.hpp"
+#include "window/delegate.hpp"
 
 namespace quillmark {
 

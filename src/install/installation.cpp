@@ -1,63 +1,24 @@
 #include "install/installation.hpp"
 
+#include <exception>
 #include <optional>
 #include <string>
 
 #include "install/layout.hpp"
 #include "install/marker_file.hpp"
-#include "platform/application.hpp"
-#include "platform/console.hpp"
-#include "platform/directories.hpp"
-#include "platform/file_manager.hpp"
+#include "platform/foundation.hpp"
 #include "platform/ignore.hpp"
-#include "platform/object_description.hpp"
 #include "platform/path.hpp"
-#include "platform/shell_task.hpp"
 #include "probes/mac_version.hpp"
 #include "probes/relocation.hpp"
-#include "shell/main_window.hpp"
+#include "window/installed_state.hpp"
 
 namespace quillmark {
 
 namespace {
 
-struct Targets {
-  std::string userApplicationCopy;
-  std::string stagingFolder;
-};
-
-Targets userApplicationFirst(Directories &directories) {
-  std::string userApplicationCopy = layout::userApplicationCopy(directories);
-  return {.userApplicationCopy = std::move(userApplicationCopy), .stagingFolder = layout::stagingFolder(directories)};
-}
-
-Targets stagingFolderFirst(Directories &directories) {
-  std::string stagingFolder = layout::stagingFolder(directories);
-  return {.userApplicationCopy = layout::userApplicationCopy(directories), .stagingFolder = std::move(stagingFolder)};
-}
-
-void terminateApplication(const Mac &mac, const DelegatePtr &delegate) { mac.application.terminate(*delegate); }
-
-/// All that a person's and a management tool's installation do not have in common.
-struct Installation {
-  Targets (*formTargets)(Directories &directories);
-  void (*writeMarker)(const Mac &mac);
-  void (*finish)(const Mac &mac, const DelegatePtr &delegate);
-};
-
-constexpr Installation interactive = {
-    .formTargets = userApplicationFirst,
-    .writeMarker = writeToTextFile,
-    .finish = postUpdateWindowAfterInstall,
-};
-
-constexpr Installation managed = {
-    .formTargets = stagingFolderFirst,
-    .writeMarker = writeToTextFileRMM,
-    .finish = terminateApplication,
-};
-
-void rebuildStagingFolder(const Mac &mac, const std::string &stagingFolder) {
+void rebuildStagingFolder(const Mac &mac) {
+  const std::string stagingFolder = layout::stagingFolder(mac.directories);
   const bool inTheWay = mac.fileManager.fileExistsAtPath(stagingFolder);
   if (inTheWay && !mac.fileManager.removeItemAtPath(stagingFolder)) return;  // the old one stays in use, unchanged
   const bool created = mac.fileManager.createDirectoryAtPath(stagingFolder);
@@ -75,7 +36,7 @@ void stageWireGuardComponent(const Mac &mac, const std::optional<std::string> &c
                              const std::string &stagingFolder) {
   const std::string componentPath = layout::wireGuardComponentPath(getMacVersion(mac.shellTask));
   const std::string temporaryCopy = layout::temporaryWireGuardCopy(mac.directories.temporaryDirectory());
-  ignore(mac.fileManager.removeItemAtPath(temporaryCopy));
+  ignore(mac.fileManager.removeItemAtPath(temporaryCopy));  // absent unless an earlier installation left it
   std::optional<std::string> source;
   if (componentsFolder) source = stringByAppendingPathComponent(*componentsFolder, componentPath);
   mac.console.log("[pathToComponents stringByAppendingPathComponent:newPath]  " + objectDescription(source));
@@ -85,36 +46,47 @@ void stageWireGuardComponent(const Mac &mac, const std::optional<std::string> &c
   mac.console.log("-------------------");
 }
 
-void install(const Mac &mac, const DelegatePtr &delegate, const Installation &installation) {
-  if (!componentsArePresent(mac)) {
-    terminateApplication(mac, delegate);
-    return;
-  }
+/// Places every file, and answers whether it did: without a components folder it tells the user and touches none.
+bool installFiles(const Mac &mac, void (*writeMarker)(const Mac &mac)) {
+  if (!componentsArePresent(mac)) return false;
   FileManager &files = mac.fileManager;
 
-  const auto [userApplicationCopy, oldStagingFolder] = installation.formTargets(mac.directories);
-  rebuildStagingFolder(mac, oldStagingFolder);
-
+  const std::string userApplicationCopy = layout::userApplicationCopy(mac.directories);
+  rebuildStagingFolder(mac);
   ignore(files.removeItemAtPath(layout::systemApplicationCopy));  // absent on a first installation
   ignore(files.removeItemAtPath(userApplicationCopy));
   mac.console.log("----------------------------");
 
   const auto application = layout::applicationResource(mac.mainBundle);
+  // Formed again, as each step forms the paths that it writes to: nothing is carried over from the rebuilding.
   const std::string stagingFolder = layout::stagingFolder(mac.directories);
-  installation.writeMarker(mac);
+  writeMarker(mac);
   copyItem(files, application, layout::systemApplicationCopy);
   copyItem(files, application, userApplicationCopy);  // the user may have no Applications folder; none is made
   copyItem(files, layout::upScriptResource(mac.mainBundle), layout::stagedUpScript(stagingFolder));
   copyItem(files, layout::downScriptResource(mac.mainBundle), layout::stagedDownScript(stagingFolder));
-
   stageWireGuardComponent(mac, resolveComponentsFolder(mac).path, stagingFolder);
-  installation.finish(mac, delegate);
+  return true;
 }
 
 }  // namespace
 
-void installQuillmarkApplication(const Mac &mac, const DelegatePtr &delegate) { install(mac, delegate, interactive); }
+void installQuillmarkApplication(const Mac &mac, const DelegatePtr &delegate) {
+  if (!installFiles(mac, writeToTextFile)) {
+    delegate->terminateApplication();
+    return;
+  }
+  postUpdateWindowAfterInstall(mac.mainQueue, delegate);
+}
 
-void installQuillmarkApplicationRMM(const Mac &mac, const DelegatePtr &delegate) { install(mac, delegate, managed); }
+void installQuillmarkApplicationRMM(const Mac &mac, const DelegatePtr &delegate) {
+  try {
+    ignore(installFiles(mac, writeToTextFileRMM));  // a managed run ends, whatever it placed
+  } catch (const std::exception &failure) {
+    // Nobody sits in front of it and there is no window: it must not stay.
+    mac.console.log(failure.what());
+  }
+  delegate->terminateApplication();
+}
 
 }  // namespace quillmark

@@ -1,19 +1,23 @@
 #pragma once
 
-#include "platform/delegate.hpp"
 #include "platform/mac.hpp"
+#include "window/delegate.hpp"
 
 namespace quillmark {
 
 /// Installs in one synchronous pass: both copies of the client application, the staging folder with the two
-/// scripts, the WireGuard component and the marker file. A missing components folder ends the application before
-/// any file is touched. Every other failure is dropped and the rest goes on; nothing is rolled back.
-/// Main thread. Throws what getMacVersion throws, and TaskLaunchError; the steps before it have then been done.
+/// scripts, the WireGuard component and the marker file. Main thread.
+///
+/// Three things end it early: without a components folder the user is told and the application ends before any file is
+/// touched; a release probe without an answer, and a shell that does not start, end the sequence where they are met,
+/// with the steps before them done. Every other failure is dropped and the rest goes on. Nothing is rolled back.
 
-/// A person's installation. The window's switch to its installed state is posted to the main queue at the end.
+/// A person's installation. The window's switch to its installed state is posted to the main queue at the end. Throws
+/// what getMacVersion throws, and TaskLaunchError; the window then stays as it was.
 void installQuillmarkApplication(const Mac &mac, const DelegatePtr &delegate);
 
-/// A management tool's installation. It shows no window and terminates the application at the end.
+/// A management tool's installation. It shows no window and always terminates the application at the end. What a
+/// person's installation throws is written to the console.
 void installQuillmarkApplicationRMM(const Mac &mac, const DelegatePtr &delegate);
 
 }  // namespace quillmark

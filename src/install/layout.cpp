@@ -1,8 +1,6 @@
 #include "install/layout.hpp"
 
-#include "platform/bundle.hpp"
-#include "platform/directories.hpp"
-#include "platform/object_description.hpp"
+#include "platform/foundation.hpp"
 #include "platform/path.hpp"
 
 namespace quillmark::layout {

@@ -3,40 +3,34 @@
 #include <string>
 
 #include "install/layout.hpp"
-#include "platform/file_manager.hpp"
+#include "platform/foundation.hpp"
 #include "platform/ignore.hpp"
-#include "platform/object_description.hpp"
-#include "platform/user_defaults.hpp"
 
 namespace quillmark {
 
 namespace {
 
-struct Marker {
-  std::string path;
-  /// The `partnerID`, the `teamID` and "yes", a line each.
-  std::string identifiers;
-};
+std::string markerPath(Directories &directories) { return layout::markerFile(layout::stagingFolder(directories)); }
 
-Marker formMarker(const Mac &mac) {
-  std::string path = layout::markerFile(layout::stagingFolder(mac.directories));
-  const std::string partnerID = objectDescription(mac.userDefaults.valueForKey("partnerID"));
-  const std::string teamID = objectDescription(mac.userDefaults.valueForKey("teamID"));
-  return {.path = std::move(path), .identifiers = partnerID + "\n" + teamID + "\nyes"};
+/// The `partnerID`, the `teamID` and "yes", a line each.
+std::string identifiers(UserDefaults &userDefaults) {
+  const std::string partnerID = objectDescription(userDefaults.valueForKey(partnerIDKey));
+  const std::string teamID = objectDescription(userDefaults.valueForKey(teamIDKey));
+  return partnerID + "\n" + teamID + "\nyes";
 }
 
 }  // namespace
 
 void writeToTextFile(const Mac &mac) {
-  const Marker marker = formMarker(mac);
+  const std::string path = markerPath(mac.directories);
   // A Mac may be managed and still be installed by hand: the identifiers are read and stay out of the marker.
-  ignore(marker.identifiers);
-  ignore(mac.fileManager.writeASCII("Device\nyes", marker.path));
+  [[maybe_unused]] const std::string unwritten = identifiers(mac.userDefaults);
+  ignore(mac.fileManager.writeASCII("Device\nyes", path));
 }
 
 void writeToTextFileRMM(const Mac &mac) {
-  const Marker marker = formMarker(mac);
-  ignore(mac.fileManager.writeASCII("Rmm\n" + marker.identifiers, marker.path));
+  const std::string path = markerPath(mac.directories);
+  ignore(mac.fileManager.writeASCII("Rmm\n" + identifiers(mac.userDefaults), path));
 }
 
 }  // namespace quillmark

@@ -4,6 +4,10 @@
 
 namespace quillmark {
 
+/// The user defaults under which a management tool leaves its identifiers.
+inline constexpr const char *teamIDKey = "teamID";
+inline constexpr const char *partnerIDKey = "partnerID";
+
 /// The marker file tells later readers which kind of installation ran. Both writers overwrite it in place, in
 /// ASCII, without a final line feed, and drop a failure: the marker is then absent, or the old one. Main thread.
 

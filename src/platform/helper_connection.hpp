@@ -5,10 +5,20 @@
 #include <optional>
 #include <string>
 
-#include "platform/data.hpp"
 #include "platform/error.hpp"
 
+/// The way to the privileged helper tool; platform/cocoa/helper_connection.mm speaks NSXPCConnection. Texts are UTF-8.
+
 namespace quillmark {
+
+/// An NSData, carried but never looked into.
+class Data {
+ public:
+  virtual ~Data() = default;
+
+  /// What "%@" prints.
+  [[nodiscard]] virtual std::string description() const = 0;
+};
 
 /// The privileged helper tool, as a proxy of an NSXPCConnection: HelperToolProtocol's messages that the installer
 /// sends. Sending returns at once. Each message is answered once, on the connection's private queue: by its reply,
@@ -23,7 +33,8 @@ class HelperTool {
   virtual void install(const std::string &path, const std::shared_ptr<Data> &authorization,
                        std::function<void(const std::optional<Error> &error)> reply) = 0;
 
-  /// The descriptors are closed when the reply has returned.
+  /// With an error there are no descriptors, and both numbers are -1. Without one they are closed when the reply has
+  /// returned.
   virtual void bindToLowNumberPort(
       const std::shared_ptr<Data> &authorization,
       std::function<void(const std::optional<Error> &error, int ipv4, int ipv6)> reply) = 0;

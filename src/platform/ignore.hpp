@@ -2,7 +2,8 @@
 
 namespace quillmark {
 
-/// Drops a result on purpose. The place that calls it says, if it is not plain, why nothing depends on it.
+/// Drops the outcome of an act that may fail. The place that calls it says, if it is not plain, why nothing depends on
+/// it.
 template <typename Result>
 void ignore(const Result& /*result*/) {}
 

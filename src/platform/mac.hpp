@@ -13,7 +13,6 @@ class HelperConnections;
 class MainQueue;
 class ServiceManagement;
 class ShellTask;
-class Typography;
 class URLs;
 class UUIDs;
 class UserDefaults;
@@ -33,7 +32,6 @@ struct Mac {
   MainQueue &mainQueue;
   ServiceManagement &serviceManagement;
   ShellTask &shellTask;
-  Typography &typography;
   URLs &urls;
   UUIDs &uuids;
   UserDefaults &userDefaults;

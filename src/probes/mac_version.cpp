@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "platform/shell_task.hpp"
+#include "platform/foundation.hpp"
 
 namespace quillmark {
 

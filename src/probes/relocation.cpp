@@ -2,13 +2,7 @@
 
 #include <cmath>
 
-#include "platform/alert.hpp"
-#include "platform/application.hpp"
-#include "platform/bundle.hpp"
 #include "platform/dynamic_loader.hpp"
-#include "platform/file_manager.hpp"
-#include "platform/ignore.hpp"
-#include "platform/object_description.hpp"
 #include "platform/path.hpp"
 
 namespace quillmark {
@@ -20,8 +14,9 @@ const char *const securityFramework = "/System/Library/Frameworks/Security.frame
 // OS X 10.11; App Translocation came with the release after it.
 constexpr double lastAppKitVersionWithoutRelocation = 1404.0;
 
-// The last argument of both calls is a CFErrorRef *, for which null is allowed.
-using SecTranslocateIsTranslocatedURL = unsigned char (*)(URLRef url, bool *isTranslocated, void *error);
+// The last argument of both calls is a CFErrorRef *, for which null is allowed. The flag is a byte, and true is any
+// value of it but zero: not a C++ bool, of which the compiler may look at one bit.
+using SecTranslocateIsTranslocatedURL = unsigned char (*)(URLRef url, unsigned char *isTranslocated, void *error);
 using SecTranslocateCreateOriginalPathForURL = URLRef (*)(URLRef url, void *error);
 
 template <typename Function>
@@ -33,6 +28,8 @@ std::string componentsBeside(const std::string &bundlePath) {
   return stringByAppendingPathComponent(stringByDeletingLastPathComponent(bundlePath), "components");
 }
 
+}  // namespace
+
 Alert relocationAlert(const std::optional<std::string> &originalBundlePath) {
   return {
       .messageText = "Quillmark Installer Test alert",
@@ -43,25 +40,23 @@ Alert relocationAlert(const std::optional<std::string> &originalBundlePath) {
   };
 }
 
-}  // namespace
-
 bool isTranslocated(const Mac &mac, URLRef url, URLRef *originalURL) {
   if (url == nullptr) return false;
   if (std::floor(mac.application.appKitVersionNumber()) <= lastAppKitVersionWithoutRelocation) return false;
   void *framework = mac.dynamicLoader.open(securityFramework);
   if (framework == nullptr) return false;
 
-  bool translocated = false;
+  unsigned char translocated = 0;
   const auto isTranslocatedURL =
       lookUp<SecTranslocateIsTranslocatedURL>(mac.dynamicLoader, framework, "SecTranslocateIsTranslocatedURL");
   if (isTranslocatedURL != nullptr && isTranslocatedURL(url, &translocated, nullptr) != 0 && originalURL != nullptr &&
-      translocated) {
+      translocated != 0) {
     const auto createOriginalPathForURL = lookUp<SecTranslocateCreateOriginalPathForURL>(
         mac.dynamicLoader, framework, "SecTranslocateCreateOriginalPathForURL");
     *originalURL = createOriginalPathForURL != nullptr ? createOriginalPathForURL(url, nullptr) : nullptr;
   }
   mac.dynamicLoader.close(framework);
-  return translocated;
+  return translocated != 0;
 }
 
 ComponentsFolder resolveComponentsFolder(const Mac &mac) {
@@ -78,16 +73,17 @@ ComponentsFolder resolveComponentsFolder(const Mac &mac) {
 
 bool componentsArePresent(const Mac &mac) {
   const ComponentsFolder components = resolveComponentsFolder(mac);
-  // Built and never shown: the person in front of the Mac can do nothing about a relocation that was undone.
-  if (components.relocated) ignore(relocationAlert(components.originalBundlePath));
+  if (components.relocated) {
+    [[maybe_unused]] const Alert neverShown = relocationAlert(components.originalBundlePath);
+  }
 
   const bool present = components.path && mac.fileManager.fileExistsAtPath(*components.path);
   if (!present) {
-    ignore(mac.alertPanel.runModal({
+    mac.alertPanel.runModal({
         .messageText = "Quillmark Installer Error",
         .informativeText = "The installer is missing the components folder. It will now quit.",
         .style = AlertStyle::critical,
-    }));
+    });
   }
   return present;
 }

@@ -3,8 +3,9 @@
 #include <optional>
 #include <string>
 
+#include "platform/appkit.hpp"
+#include "platform/foundation.hpp"
 #include "platform/mac.hpp"
-#include "platform/urls.hpp"
 
 namespace quillmark {
 
@@ -21,6 +22,10 @@ struct ComponentsFolder {
   /// "components" beside the bundle, or beside its original. Nothing when relocated from an unknown place.
   std::optional<std::string> path = std::nullopt;
 };
+
+/// What the installer would say of its relocation. It is built and never shown: the person in front of the Mac can do
+/// nothing about a relocation that was undone.
+[[nodiscard]] Alert relocationAlert(const std::optional<std::string> &originalBundlePath);
 
 /// Asks the system afresh at each call. Any thread.
 [[nodiscard]] ComponentsFolder resolveComponentsFolder(const Mac &mac);

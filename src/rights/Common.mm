@@ -2,7 +2,8 @@
 
 #include <dispatch/dispatch.h>
 
-#import "platform/cocoa/cocoa_mac.h"
+#import "platform/cocoa/HelperToolProtocol.h"
+#import "platform/cocoa/mac.h"
 #import "platform/cocoa/security.h"
 #import "platform/cocoa/text.h"
 #include "rights/rights_catalogue.hpp"
@@ -16,6 +17,14 @@ struct Rights {
   RightsCatalogue catalogue;
   NSDictionary *commandInfo;
 };
+
+/// The compiler refuses a selector that HelperToolProtocol does not declare.
+quillmark::GuardedCommands guardedCommands() {
+  return {
+    .install = cocoa::utf8(NSStringFromSelector(@selector(install:authorization:withReply:))),
+    .bindToLowNumberPort = cocoa::utf8(NSStringFromSelector(@selector(bindToLowNumberPortAuthorization:withReply:))),
+  };
+}
 
 NSDictionary *dictionary(const RightsCatalogue &catalogue) {
   NSMutableDictionary *commands = [NSMutableDictionary dictionary];
@@ -34,7 +43,7 @@ const Rights &rights() {
   static dispatch_once_t once;
   static const Rights *made;
   dispatch_once(&once, ^{
-    RightsCatalogue catalogue = quillmark::makeRightsCatalogue(cocoa::mac().mainBundle);
+    RightsCatalogue catalogue = quillmark::makeRightsCatalogue(guardedCommands(), cocoa::mac().mainBundle);
     NSDictionary *commandInfo = dictionary(catalogue);
     made = new Rights{.catalogue = std::move(catalogue), .commandInfo = commandInfo};
   });

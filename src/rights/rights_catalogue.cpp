@@ -1,7 +1,6 @@
 #include "rights/rights_catalogue.hpp"
 
-#include "platform/authorization_database.hpp"
-#include "platform/bundle.hpp"
+#include "platform/foundation.hpp"
 #include "platform/ignore.hpp"
 
 namespace quillmark {
@@ -14,17 +13,17 @@ const char *const authenticateAsAdmin = "authenticate-admin";
 
 }  // namespace
 
-RightsCatalogue makeRightsCatalogue(Bundle &bundle) {
+RightsCatalogue makeRightsCatalogue(const GuardedCommands &commands, Bundle &bundle) {
   // The rights' names are the database's, where they may long exist: they stay as they are.
   return {
       {
-          .command = "install:authorization:withReply:",
+          .command = commands.install,
           .authRightName = "com.example.apple-samplecode.EBAS.install",
           .authRightDefault = allow,
           .authRightDescription = bundle.localizedString("Install Quillmark is trying to install its components."),
       },
       {
-          .command = "bindToLowNumberPortAuthorization:withReply:",
+          .command = commands.bindToLowNumberPort,
           .authRightName = "com.example.apple-samplecode.EBAS.startWebService2",
           .authRightDefault = authenticateAsAdmin,
           .authRightDescription = bundle.localizedString("EBAS is trying to start its web service."),

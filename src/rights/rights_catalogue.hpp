@@ -5,11 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/service_management.hpp"
+#include "platform/security.hpp"
 
 namespace quillmark {
 
-class AuthorizationDatabase;
 class Bundle;
 
 /// The right that guards one command of the helper tool.
@@ -25,8 +24,14 @@ struct CommandRight {
 
 using RightsCatalogue = std::vector<CommandRight>;
 
+/// The commands that take an authorization, by their selectors' texts.
+struct GuardedCommands {
+  std::string install;
+  std::string bindToLowNumberPort;
+};
+
 /// Looks each description up in the bundle's strings, once.
-[[nodiscard]] RightsCatalogue makeRightsCatalogue(Bundle &bundle);
+[[nodiscard]] RightsCatalogue makeRightsCatalogue(const GuardedCommands &commands, Bundle &bundle);
 
 /// Nothing for a command without a right.
 [[nodiscard]] std::optional<std::string> authorizationRightForCommand(const RightsCatalogue &catalogue,

@@ -3,6 +3,7 @@
 #import <Foundation/Foundation.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -26,7 +27,7 @@ namespace {
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    std::string name = fs::temp_directory_path() / "quillmark-XXXXXX";
+    std::string name = "/tmp/quillmark-XXXXXX";  // where every user may look
     path_ = mkdtemp(name.data());
   }
   ~TemporaryFolder() { fs::remove_all(path_); }
@@ -41,6 +42,20 @@ void writeFile(const std::string &path, const std::string &contents) {
   std::ofstream(path) << contents;
 }
 
+/// Root may do everything, so while one exists root acts as a user whom permissions bind.
+class OrdinaryUser {
+ public:
+  explicit OrdinaryUser(const std::string &folder) {
+    if (geteuid() != 0) return;
+    constexpr uid_t nobody = 65534;
+    EXPECT_EQ(chown(folder.c_str(), nobody, nobody), 0);
+    EXPECT_EQ(seteuid(nobody), 0);
+  }
+  ~OrdinaryUser() { EXPECT_EQ(seteuid(getuid()), 0); }
+  OrdinaryUser(const OrdinaryUser &) = delete;
+  OrdinaryUser &operator=(const OrdinaryUser &) = delete;
+};
+
 class RealFiles final : public FileManagerSubject {
  public:
   FileManager &files() override { return files_; }
@@ -50,6 +65,7 @@ class RealFiles final : public FileManagerSubject {
     fs::create_directories(fs::path(path).parent_path());
     fs::create_symlink(target, path);
   }
+  void setMode(const std::string &path, unsigned mode) override { EXPECT_EQ(chmod(path.c_str(), mode), 0); }
   std::optional<std::string> at(const std::string &path) override {
     const fs::file_status status = fs::symlink_status(path);
     if (!fs::exists(status)) return std::nullopt;
@@ -61,6 +77,7 @@ class RealFiles final : public FileManagerSubject {
 
  private:
   TemporaryFolder folder_;
+  OrdinaryUser user_{folder_.path()};
   cocoa::CocoaFileManager files_;
 };
 

@@ -1,4 +1,4 @@
-#import "shell/AppDelegate.h"
+#import "app/AppDelegate.h"
 
 #include <gtest/gtest.h>
 #include <objc/runtime.h>
@@ -6,6 +6,21 @@
 #import "cocoa/support/app_kit_spy.h"
 #import "cocoa/support/installer_folder.h"
 #import "cocoa/support/main_loop.h"
+
+/// Notes who brings it forward.
+@interface FrontWindow : NSWindow {
+ @public
+  id sender;
+}
+@end
+
+@implementation FrontWindow
+
+- (void)makeKeyAndOrderFront:(id)who {
+  sender = who;
+}
+
+@end
 
 namespace quillmark {
 
@@ -15,7 +30,7 @@ struct Variable {
   const char *name, *type;
 };
 
-TEST(AppDelegateClass, HasItsSeventeenVariablesInOrder) {
+TEST(AppDelegateClass, ItsVariablesStandInOrder) {
   const Variable expected[] = {
       {"_authRef", "^{AuthorizationOpaqueRef=}"},
       {"didInstall", @encode(BOOL)},
@@ -115,6 +130,13 @@ TEST_F(DelegateTest, WithoutTheTwoDefaultsTheTitleIsInstall) {
   EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Install"]);
   EXPECT_EQ(isRMMLaunch, 0);
   EXPECT_TRUE(spy_.terminateSenders.empty());
+}
+
+TEST_F(DelegateTest, TheWindowIsBroughtForwardWithTheDelegateAsSender) {
+  FrontWindow *window = [[[FrontWindow alloc] init] autorelease];
+  delegate_.window = window;
+  [delegate_ applicationDidFinishLaunching:nil];
+  EXPECT_EQ(window->sender, delegate_);
 }
 
 TEST_F(DelegateTest, WithBothDefaultsTheManagedInstallationStartsAtOnceAndNoTitleIsSet) {
@@ -241,11 +263,40 @@ TEST_F(LogTest, NonASCIITextsAndZeroBytesSurvive) {
   EXPECT_EQ([[textView_ string] length], 4U);
 }
 
-TEST_F(LogTest, WithoutATextViewNothingHappensAndNothingIsRaised) {
+TEST_F(LogTest, WithoutATextViewATextIsLostAndTheOnesAroundItAreNot) {
+  [delegate_ logText:@"before\n"];
+  serveMainQueue();
   delegate_.textView = nil;
   [delegate_ logText:@"lost\n"];
+  [delegate_ logText:@"lost too\n"];
   serveMainQueue();
-  EXPECT_EQ([[textView_ string] length], 0U);
+  delegate_.textView = textView_;
+  [delegate_ logText:@"after\n"];
+  EXPECT_EQ(log(), "before\nafter\n");
+  for (const std::string &line : spy_.console) ADD_FAILURE() << "something was raised: " << line;
+}
+
+TEST_F(LogTest, ALoneSurrogateIsAppendedAsItStands) {
+  [delegate_ logText:[NSString stringWithFormat:@"a%C\n", 0xD800]];
+  serveMainQueue();
+  EXPECT_EQ([[textView_ string] characterAtIndex:1], 0xD800);
+}
+
+TEST_F(LogTest, TheViewIsNeitherScrolledNorTrimmedAndItsSelectionStays) {
+  NSScrollView *scroller = [[[NSScrollView alloc] initWithFrame:NSMakeRect(0, 0, 300, 50)] autorelease];
+  [scroller setDocumentView:textView_];
+  [delegate_ logText:@"first\n"];
+  serveMainQueue();
+  [textView_ setSelectedRange:NSMakeRange(1, 3)];
+  const NSRect visible = [textView_ visibleRect];
+  std::string expected = "first\n";
+  for (int line = 0; line < 500; ++line) {
+    [delegate_ logWithFormat:@"%d\n", line];
+    expected += std::to_string(line) + "\n";
+  }
+  EXPECT_EQ(log(), expected);
+  EXPECT_TRUE(NSEqualPoints([textView_ visibleRect].origin, visible.origin));
+  EXPECT_TRUE(NSEqualRanges([textView_ selectedRange], NSMakeRange(1, 3)));
 }
 
 TEST_F(LogTest, TenThousandLinesFromABackgroundThreadArriveInOrder) {

@@ -3,6 +3,7 @@
 
 #import <AppKit/AppKit.h>
 
+#include <ServiceManagement/ServiceManagement.h>
 #include <gtest/gtest.h>
 #include <objc/runtime.h>
 
@@ -14,12 +15,13 @@
 #include <string>
 #include <vector>
 
+#import "app/AppDelegate.h"
 #import "cocoa/support/app_kit_spy.h"
 #import "cocoa/support/installer_folder.h"
 #import "cocoa/support/main_loop.h"
-#import "helper-client/HelperToolProtocol.h"
+#import "platform/cocoa/HelperToolProtocol.h"
 #import "platform/gnustep/mach_services.h"
-#import "shell/AppDelegate.h"
+#import "platform/gnustep/security_calls.h"
 
 /// A text view whose storage is laid out by no one: GNUstep's layout takes longer with each line that is there.
 @interface UnlaidTextView : NSTextView {
@@ -45,6 +47,19 @@
 
 @end
 
+/// Must not be asked for its descriptor.
+@interface UnreadableHandle : NSFileHandle
+@end
+
+@implementation UnreadableHandle
+
+- (int)fileDescriptor {
+  ADD_FAILURE() << "there is an error";
+  return -1;
+}
+
+@end
+
 /// Answers at once, on whatever thread the platform calls it.
 @interface TestHelper : NSObject <HelperToolProtocol> {
  @public
@@ -52,6 +67,7 @@
   std::atomic<int> *installs;
   NSString *installedPath;
   NSData *givenAuthorization;
+  NSFileHandle *handle;
   BOOL silent;
   std::atomic<int> *received;
 }
@@ -70,6 +86,7 @@
   delete installs;
   delete received;
   [installedPath release];
+  [givenAuthorization release];
   [super dealloc];
 }
 
@@ -86,14 +103,17 @@
   ++*installs;
   [installedPath release];
   installedPath = [path copy];
-  givenAuthorization = authorization;
+  [givenAuthorization release];
+  givenAuthorization = [authorization retain];
   reply(error);
 }
 
 - (void)bindToLowNumberPortAuthorization:(NSData *)authorization
                                withReply:(void (^)(NSError *, NSFileHandle *, NSFileHandle *))reply {
-  givenAuthorization = authorization;
-  reply(error, [NSFileHandle fileHandleWithStandardInput], [NSFileHandle fileHandleWithStandardError]);
+  [givenAuthorization release];
+  givenAuthorization = [authorization retain];
+  NSFileHandle *ipv4 = handle != nil ? handle : [NSFileHandle fileHandleWithStandardInput];
+  reply(error, ipv4, [NSFileHandle fileHandleWithStandardError]);
 }
 
 @end
@@ -196,6 +216,55 @@ TEST_F(HelperClient, ABindReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
   EXPECT_EQ(log(1), "error NSPOSIXErrorDomain / 13\n");
 }
 
+TEST_F(HelperClient, AnAuthorizationArrivesWithABind) {
+  registerHelper();
+  delegate_.authorization = [NSData dataWithBytes:"\x0b\xad" length:2];
+  [delegate_ bindAction:nil];
+  (void)log(1);
+  EXPECT_TRUE([helper_->givenAuthorization isEqualToData:delegate_.authorization]);
+}
+
+TEST_F(HelperClient, AnAuthorizationArrivesWithAnInstallAndIsWrittenToTheConsoleTwice) {
+  registerHelper();
+  delegate_.authorization = [NSData dataWithBytes:"\x0b\xad" length:2];
+  [delegate_ installQuillmarkApplication2];
+  ASSERT_EQ(log(1), "success\n");
+  EXPECT_TRUE([helper_->givenAuthorization isEqualToData:delegate_.authorization]);
+  const std::string description = [[delegate_.authorization description] UTF8String];
+  EXPECT_EQ(spy_.console, (std::vector<std::string>{description, description}));
+}
+
+TEST_F(HelperClient, TheHandlesOfABindReplyThatCarriesAnErrorAreNotLookedAt) {
+  registerHelper();
+  helper_->error = [NSError errorWithDomain:@"NSPOSIXErrorDomain" code:13 userInfo:nil];
+  helper_->handle = [[[UnreadableHandle alloc] init] autorelease];
+  [delegate_ bindAction:nil];
+  EXPECT_EQ(log(1), "error NSPOSIXErrorDomain / 13\n");
+}
+
+TEST_F(HelperClient, TheConnectionSpeaksTheHelpersProtocol) {
+  [delegate_ connectToHelperTool];
+  NSXPCInterface *interface = [delegate_.helperToolConnection remoteObjectInterface];
+  EXPECT_TRUE([NSStringFromProtocol([interface protocol]) isEqualToString:@"HelperToolProtocol"]);
+}
+
+TEST_F(HelperClient, AConnectionThatIsNotPrivilegedReachesNoHelper) {
+  registerHelper();
+  NSXPCConnection *plain = [[NSXPCConnection alloc] initWithMachServiceName:service options:0];
+  [plain setRemoteObjectInterface:[NSXPCInterface interfaceWithProtocol:@protocol(HelperToolProtocol)]];
+  [plain resume];
+  std::atomic<bool> failed = false;
+  std::atomic<bool> *const tellFailure = &failed;
+  [[plain remoteObjectProxyWithErrorHandler:^(NSError *error) {
+    *tellFailure = true;
+  }] getVersionWithReply:^(NSString *version) {
+    ADD_FAILURE() << "only a privileged connection is looked up in the system's domain";
+  }];
+  EXPECT_TRUE(serveMainLoopUntil([&] { return failed.load(); }));
+  EXPECT_EQ(*helper_->received, 0);
+  [plain release];
+}
+
 TEST_F(HelperClient, TwoCommandsInARowUseOneConnection) {
   registerHelper();
   [delegate_ getVersionAction:nil];
@@ -282,9 +351,17 @@ TEST_F(HelperClient, ABlessingLogsSuccessAndActivatesTheApplicationEachTime) {
   EXPECT_TRUE(spy_.terminateSenders.empty());
 }
 
-TEST_F(HelperClient, TheAuthorizationReferenceStaysNull) {
+TEST_F(HelperClient, ABlessingCarriesANullAuthorizationAlsoAfterASuccess) {
   registerHelper();
+  blessCalls().clear();
   [delegate_ installAction:nil];
+  [delegate_ installAction:nil];
+  ASSERT_EQ(blessCalls().size(), 2U);
+  for (const BlessCall &call : blessCalls()) {
+    EXPECT_EQ(call.authorization, nullptr);
+    EXPECT_TRUE([call.label isEqualToString:service]);
+    EXPECT_TRUE([call.domain isEqualToString:(NSString *)(id)kSMDomainSystemLaunchd]);
+  }
   void *authRef = this;
   object_getInstanceVariable(delegate_, "_authRef", &authRef);
   EXPECT_EQ(authRef, nullptr);

@@ -1,12 +1,12 @@
 #import "rights/Common.h"
 
-#include <Security/AuthorizationDB.h>
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
 
-#import "helper-client/HelperToolProtocol.h"
+#import "platform/cocoa/HelperToolProtocol.h"
+#import "platform/gnustep/security_calls.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ class CommonClass : public testing::Test {
 
 TEST_F(CommonClass, TwoCallsOfCommandInfoReturnTheSameObject) { EXPECT_EQ([Common commandInfo], [Common commandInfo]); }
 
-TEST_F(CommonClass, CommandInfoHoldsExactlyTwoRecordsOfThreeEntries) {
+TEST_F(CommonClass, CommandInfoHoldsTheRecordOfEachCommandThatNeedsARight) {
   NSDictionary *info = [Common commandInfo];
   EXPECT_EQ([info count], 2U);
   NSDictionary *install = [info objectForKey:@"install:authorization:withReply:"];
@@ -45,7 +45,7 @@ TEST_F(CommonClass, TheRightOfAMessageIsFoundByItsSelector) {
   EXPECT_EQ([Common authorizationRightForCommand:@selector(connectWithEndpointReply:)], nil);
 }
 
-TEST_F(CommonClass, TheWalkCallsItsBlockTwiceWithThreeValuesThatAreNotNull) {
+TEST_F(CommonClass, TheWalkCallsItsBlockOnceForEachRightWithValuesThatAreNotNull) {
   __block int calls = 0;
   [Common enumerateRightsUsingBlock:^(NSString *name, id rule, NSString *description) {
     ++calls;
@@ -56,11 +56,53 @@ TEST_F(CommonClass, TheWalkCallsItsBlockTwiceWithThreeValuesThatAreNotNull) {
   EXPECT_EQ(calls, 2);
 }
 
-TEST_F(CommonClass, RegisteringCreatesTheRightsThatTheDatabaseLacks) {
-  EXPECT_EQ(AuthorizationRightGet(installRight, nullptr), -60005);
-  [Common setupAuthorizationRights:nullptr];
-  EXPECT_EQ(AuthorizationRightGet(installRight, nullptr), 0);
-  EXPECT_EQ(AuthorizationRightGet(bindRight, nullptr), 0);
+class Registering : public CommonClass {
+ protected:
+  Registering() {
+    for (const char *right : {installRight, bindRight}) removeAuthorizationRight(right);
+    rightSetCalls().clear();
+  }
+
+  static std::vector<RightSetCall> registered(AuthorizationRef authorization = nullptr) {
+    rightSetCalls().clear();
+    [Common setupAuthorizationRights:authorization];
+    return rightSetCalls();
+  }
+
+  static void expectCall(const RightSetCall &call, const char *name, NSString *rule, NSString *description) {
+    EXPECT_EQ(call.name, name);
+    EXPECT_TRUE([call.definition isEqual:rule]);
+    EXPECT_TRUE([call.descriptionKey isEqualToString:description]);
+    EXPECT_EQ(call.bundle, nullptr) << "null means the main bundle";
+    EXPECT_TRUE([call.stringsTable isEqualToString:@"Common"]);
+  }
+};
+
+TEST_F(Registering, CreatesTheRightsThatTheDatabaseLacksEachWithItsRuleAndItsDescription) {
+  auto calls = registered();
+  ASSERT_EQ(calls.size(), 2U);
+  if (calls[0].name == bindRight) std::swap(calls[0], calls[1]);
+  expectCall(calls[0], installRight, @"allow", @"Install Quillmark is trying to install its components.");
+  expectCall(calls[1], bindRight, @"authenticate-admin", @"EBAS is trying to start its web service.");
+}
+
+TEST_F(Registering, WhenBothExistNothingIsSet) {
+  (void)registered();
+  EXPECT_TRUE(registered().empty());
+}
+
+TEST_F(Registering, WhenOneIsMissingOnlyThatOneIsSet) {
+  (void)registered();
+  removeAuthorizationRight(bindRight);
+  const auto calls = registered();
+  ASSERT_EQ(calls.size(), 1U);
+  EXPECT_EQ(calls[0].name, bindRight);
+}
+
+TEST_F(Registering, HandsTheAuthorizationOnToTheDatabase) {
+  const int anything = 0;
+  const auto authorization = reinterpret_cast<AuthorizationRef>(&anything);
+  for (const RightSetCall &call : registered(authorization)) EXPECT_EQ(call.authorization, authorization);
 }
 
 TEST_F(CommonClass, TheFirstCallsFromManyThreadsReturnOneObject) {

@@ -4,10 +4,11 @@
 
 #include <cmath>
 
+#import "app/cocoa_delegate.h"
 #import "cocoa/support/loaded_interface.h"
-#include "platform/cocoa/cocoa_delegate.h"
-#include "platform/cocoa/cocoa_mac.h"
-#include "shell/main_window.hpp"
+#import "platform/cocoa/mac.h"
+#include "platform/mac.hpp"
+#include "window/installed_state.hpp"
 
 namespace quillmark {
 
@@ -18,7 +19,7 @@ class Window : public LoadedInterface {
   Window() { [delegate_ applicationDidFinishLaunching:nil]; }
 
   void updateAfterInstall() {
-    postUpdateWindowAfterInstall(cocoa::mac(), cocoa::share(delegate_));
+    postUpdateWindowAfterInstall(cocoa::mac().mainQueue, cocoa::strongReference(delegate_));
     serveMainQueue();
   }
 
@@ -60,7 +61,7 @@ TEST_F(Window, AtAnInteractiveLaunchTheButtonReadsInstallBoldCentredInTheDefault
   expectTitle(@"Install", nil);
 }
 
-TEST_F(Window, AfterAnInstallationTheButtonReadsLaunchQuillmarkInGreenCentredBold12) {
+TEST_F(Window, AfterAnInstallationTheButtonReadsLaunchQuillmarkInBoldGreenCentred) {
   updateAfterInstall();
   expectTitle(@"Launch Quillmark", green_);
   EXPECT_TRUE(delegate_.didInstall);
@@ -136,7 +137,7 @@ TEST_F(Window, OnceInstalledALaunchThatFailsLeavesTheInstallerRunningAndASecondC
   expectTitle(@"Launch Quillmark", green_);
 }
 
-TEST_F(Window, AnOutletWhoseControlIsGoneIsPassedOver) {
+TEST_F(Window, WithAnOutletWhoseControlIsGoneTheOthersAreHiddenAllTheSame) {
   delegate_.andText = nil;
   updateAfterInstall();
   EXPECT_TRUE([delegate_.TCLabel isHidden]);

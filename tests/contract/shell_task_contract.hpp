@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/shell_task.hpp"
+#include "platform/foundation.hpp"
 
 namespace quillmark::contract {
 

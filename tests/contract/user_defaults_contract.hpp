@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/user_defaults.hpp"
+#include "platform/foundation.hpp"
 
 namespace quillmark::contract {
 
@@ -26,10 +26,14 @@ class UserDefaultsContract : public testing::TestWithParam<MakeUserDefaultsSubje
   UserDefaults &defaults_ = subject_->defaults();
 };
 
-TEST_P(UserDefaultsContract, AnAbsentValueIsNothing) { EXPECT_EQ(defaults_.valueForKey("absentID"), std::nullopt); }
+TEST_P(UserDefaultsContract, AnAbsentValueIsNothing) {
+  EXPECT_FALSE(defaults_.hasValueForKey("absentID"));
+  EXPECT_EQ(defaults_.valueForKey("absentID"), std::nullopt);
+}
 
 TEST_P(UserDefaultsContract, AnEmptyStringIsAValue) {
   subject_->setString("teamID", "");
+  EXPECT_TRUE(defaults_.hasValueForKey("teamID"));
   EXPECT_EQ(defaults_.valueForKey("teamID"), "");
 }
 
@@ -40,6 +44,7 @@ TEST_P(UserDefaultsContract, AStringIsReadAsItStands) {
 
 TEST_P(UserDefaultsContract, ANumberIsReadInDecimal) {
   subject_->setInteger("teamID", -42);
+  EXPECT_TRUE(defaults_.hasValueForKey("teamID"));
   EXPECT_EQ(defaults_.valueForKey("teamID"), "-42");
 }
 

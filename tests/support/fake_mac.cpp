@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 #include "platform/path.hpp"
@@ -10,18 +11,16 @@ namespace quillmark::fake {
 
 namespace {
 
-/// For what other threads call.
-void record(Journal &journal, const std::string &call) {
-  static std::mutex mutex;
-  const std::lock_guard<std::mutex> lock(mutex);
-  journal.push_back(call);
-}
+// The owner's permissions.
+constexpr unsigned read = 0400;
+constexpr unsigned write = 0200;
+constexpr unsigned search = 0100;
 
 FakeDynamicLoader *loader = nullptr;
 
-unsigned char isTranslocatedURL(URLRef /*url*/, bool *isTranslocated, void *error) {
+unsigned char isTranslocatedURL(URLRef /*url*/, unsigned char *isTranslocated, void *error) {
   EXPECT_EQ(error, nullptr);
-  EXPECT_FALSE(*isTranslocated) << "the flag is to be false before the system is asked";
+  EXPECT_EQ(*isTranslocated, 0) << "the flag is to be false before the system is asked";
   *isTranslocated = loader->flag;
   return loader->querySucceeds ? 1 : 0;
 }
@@ -79,49 +78,30 @@ std::string name(Control control) {
 
 }  // namespace
 
+bool contains(const std::vector<std::string> &lines, const std::string &line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+void Recording::record(const std::string &act) {
+  static std::mutex mutex;
+  const std::lock_guard<std::mutex> lock(mutex);
+  journal_.push_back(act);
+}
+
 int FakeAlertPanel::runModal(const Alert &alert) {
-  journal_.push_back("alert " + alert.messageText);
+  record("alert " + alert.messageText);
   shown.push_back(alert);
   meanwhile();
   return answer;
 }
 
-void FakeApplication::terminate(Delegate &sender) {
-  journal_.emplace_back("terminate");
-  terminateSender = &sender;
-}
+void FakeApplication::activateIgnoringOtherApps() { record("activateIgnoringOtherApps"); }
 
-void FakeApplication::activateIgnoringOtherApps() { journal_.emplace_back("activateIgnoringOtherApps"); }
+double FakeApplication::appKitVersionNumber() { return version; }
 
-double FakeApplication::appKitVersionNumber() {
-  journal_.emplace_back("appKitVersionNumber");
-  return version;
-}
-
-void FakeAttributedString::setBoldSystemFont(double size) { description += ", bold " + number(size); }
-
-void FakeAttributedString::setForegroundColor(const Color &color) {
-  description += ", " + dynamic_cast<const FakeColor &>(color).components;
-}
-
-void FakeAttributedString::setAlignmentCenter() { description += ", centred"; }
-
-std::unique_ptr<AttributedString> FakeTypography::attributedString(const std::string &text) {
-  return std::make_unique<FakeAttributedString>(text);
-}
-
-std::unique_ptr<Color> FakeTypography::colorWithRed(double red, double green, double blue, double alpha) {
-  return std::make_unique<FakeColor>("(" + number(red) + " " + number(green) + " " + number(blue) + " " +
-                                     number(alpha) + ")");
-}
-
-std::string FakeBundle::bundlePath() {
-  journal_.emplace_back("bundlePath");
-  return path;
-}
+std::string FakeBundle::bundlePath() { return path; }
 
 std::optional<std::string> FakeBundle::pathForResource(const std::string &name, const std::string &type) {
-  journal_.push_back("resource " + name + "." + type);
   whenAskedForAResource();
   const auto found = resources.find(name + "." + type);
   if (found == resources.end()) return std::nullopt;
@@ -129,32 +109,23 @@ std::optional<std::string> FakeBundle::pathForResource(const std::string &name, 
 }
 
 std::string FakeBundle::localizedString(const std::string &key) {
-  journal_.push_back("localizedString " + key);
+  lookedUp.push_back(key);
   const auto translation = translations.find(key);
   return translation == translations.end() ? key : translation->second;
 }
 
 void FakeConsole::log(const std::string &text) {
-  journal_.push_back("console " + text);
+  record("console " + text);
   lines.push_back(text);
 }
 
-std::string FakeDirectories::homeDirectory() {
-  journal_.emplace_back("homeDirectory");
-  return home;
-}
+std::string FakeDirectories::homeDirectory() { return home; }
 
-std::string FakeDirectories::userApplicationsDirectory() {
-  journal_.emplace_back("userApplicationsDirectory");
-  return home + "/Applications";
-}
+std::string FakeDirectories::userApplicationsDirectory() { return home + "/Applications"; }
 
-std::string FakeDirectories::temporaryDirectory() {
-  journal_.emplace_back("temporaryDirectory");
-  return temporary;
-}
+std::string FakeDirectories::temporaryDirectory() { return temporary; }
 
-FakeDynamicLoader::FakeDynamicLoader(Journal &journal) : journal_(journal) {
+FakeDynamicLoader::FakeDynamicLoader(Journal &journal) : Recording(journal) {
   EXPECT_EQ(loader, nullptr) << "one fake Mac at a time";
   loader = this;
 }
@@ -165,14 +136,14 @@ FakeDynamicLoader::~FakeDynamicLoader() {
 }
 
 void *FakeDynamicLoader::open(const std::string &path) {
-  journal_.push_back("dlopen " + path);
+  record("dlopen " + path);
   if (!binaryExists) return nullptr;
   ++openHandles;
   return this;
 }
 
 void *FakeDynamicLoader::symbol(void *handle, const std::string &name) {
-  journal_.push_back("dlsym " + name);
+  record("dlsym " + name);
   EXPECT_EQ(handle, this);
   EXPECT_GT(openHandles, 0);
   if (missingSymbols.count(name) != 0) return nullptr;
@@ -183,15 +154,15 @@ void *FakeDynamicLoader::symbol(void *handle, const std::string &name) {
 }
 
 void FakeDynamicLoader::close(void *handle) {
-  journal_.emplace_back("dlclose");
+  record("dlclose");
   EXPECT_EQ(handle, this);
   --openHandles;
 }
 
-FakeFileManager::FakeFileManager(Journal &journal) : journal_(journal) { items_["/"] = {Item::Kind::folder, ""}; }
+FakeFileManager::FakeFileManager(Journal &journal) : Recording(journal) { items_["/"] = {Item::Kind::folder, ""}; }
 
 bool FakeFileManager::fails(const std::string &call) {
-  journal_.push_back(call);
+  record(call);
   return failing.count(call) != 0;
 }
 
@@ -200,45 +171,83 @@ bool FakeFileManager::isFolder(const std::string &path) const {
   return item != items_.end() && item->second.kind == Item::Kind::folder;
 }
 
-bool FakeFileManager::fileExistsAtPath(const std::string &path) {
-  if (fails("exists " + path)) return false;
+bool FakeFileManager::allows(const std::string &path, unsigned permission) const {
   const auto item = items_.find(path);
-  if (item == items_.end()) return false;
-  return item->second.kind != Item::Kind::link || items_.count(item->second.contents) != 0;
+  return item != items_.end() && (item->second.mode & permission) == permission;
+}
+
+bool FakeFileManager::isReachable(const std::string &path) const {
+  for (std::string folder = path; folder != "/";) {
+    folder = stringByDeletingLastPathComponent(folder);
+    if (items_.count(folder) != 0 && !allows(folder, search)) return false;
+  }
+  return true;
+}
+
+bool FakeFileManager::isWritableFolder(const std::string &path) const {
+  return isFolder(path) && isReachable(path) && allows(path, write | search);
+}
+
+bool FakeFileManager::fileExistsAtPath(const std::string &path) {
+  if (fails("exists " + path) || !isReachable(path)) return false;
+  std::string place = path;
+  for (int links = 0; links < 32; ++links) {  // as many as a Mac follows, MAXSYMLINKS
+    const auto item = items_.find(place);
+    if (item == items_.end()) return false;
+    if (item->second.kind != Item::Kind::link) return true;
+    place = item->second.contents;
+  }
+  return false;
 }
 
 bool FakeFileManager::removeItemAtPath(const std::string &path) {
   if (fails("remove " + path)) return false;
-  if (items_.count(path) == 0) return false;
-  for (const std::string &below : tree(path)) items_.erase(below);
+  if (items_.count(path) == 0 || !isWritableFolder(stringByDeletingLastPathComponent(path))) return false;
+  const auto below = tree(path);
+  for (const std::string &item : below) {
+    if (!allows(stringByDeletingLastPathComponent(item), read | write | search)) return false;
+  }
+  for (const std::string &item : below) items_.erase(item);
   items_.erase(path);
   return true;
 }
 
 bool FakeFileManager::createDirectoryAtPath(const std::string &path) {
   if (fails("create " + path)) return false;
-  for (std::string folder = path; folder != "/"; folder = stringByDeletingLastPathComponent(folder)) {
-    if (items_.count(folder) != 0 && !isFolder(folder)) return false;
-  }
+  std::string folder = path;
+  while (items_.count(folder) == 0) folder = stringByDeletingLastPathComponent(folder);
+  if (!isFolder(folder) || !isReachable(path)) return false;
+  if (folder != path && !isWritableFolder(folder)) return false;
   addFolder(path);
   return true;
 }
 
 bool FakeFileManager::copyItemAtPath(const std::string &source, const std::string &target) {
   if (fails("copy " + source + " to " + target)) return false;
-  if (items_.count(source) == 0 || items_.count(target) != 0) return false;
-  if (!isFolder(stringByDeletingLastPathComponent(target))) return false;
-  for (const std::string &below : tree(source)) items_[target + below.substr(source.size())] = items_[below];
-  items_[target] = items_[source];
+  if (items_.count(source) == 0 || !isReachable(source) || items_.count(target) != 0) return false;
+  if (!isWritableFolder(stringByDeletingLastPathComponent(target))) return false;
+  auto copied = tree(source);
+  copied.push_back(source);
+  for (const std::string &item : copied) {
+    if (!allows(item, isFolder(item) ? read | search : read)) return false;
+  }
+  for (const std::string &item : copied) items_[target + item.substr(source.size())] = items_[item];
   return true;
 }
 
 bool FakeFileManager::writeASCII(const std::string &text, const std::string &path) {
   if (fails("write " + path)) return false;
-  if (!isASCII(text) || isFolder(path) || !isFolder(stringByDeletingLastPathComponent(path))) return false;
-  items_[path] = {Item::Kind::file, text};
+  const auto old = items_.find(path);
+  const std::string folder = stringByDeletingLastPathComponent(path);
+  if (!isASCII(text) || !isFolder(folder) || !isReachable(path)) return false;
+  if (old == items_.end() && !isWritableFolder(folder)) return false;
+  if (old != items_.end() && (old->second.kind != Item::Kind::file || !allows(path, write))) return false;
+  items_[path].kind = Item::Kind::file;
+  items_[path].contents = text;
   return true;
 }
+
+void FakeFileManager::setMode(const std::string &path, unsigned mode) { items_.at(path).mode = mode; }
 
 void FakeFileManager::addFile(const std::string &path, const std::string &contents) {
   addFolder(stringByDeletingLastPathComponent(path));
@@ -280,24 +289,24 @@ std::vector<std::string> FakeFileManager::tree(const std::string &folder) const 
 }
 
 void FakeHelperTool::getVersion(std::function<void(const std::optional<std::string> &)> reply) {
-  helper_.journal.emplace_back("send getVersion");
+  helper_.record("send getVersion");
   helper_.sent.push_back({.errorHandler = errorHandler_, .version = std::move(reply), .install = {}, .bind = {}});
 }
 
 void FakeHelperTool::install(const std::string &path, const std::shared_ptr<Data> &authorization,
                              std::function<void(const std::optional<Error> &)> reply) {
-  helper_.journal.push_back("send install " + path + (authorization ? " with an authorization" : ""));
+  helper_.record("send install " + path + (authorization ? " with " + authorization->description() : ""));
   helper_.sent.push_back({.errorHandler = errorHandler_, .version = {}, .install = std::move(reply), .bind = {}});
 }
 
 void FakeHelperTool::bindToLowNumberPort(const std::shared_ptr<Data> &authorization,
                                          std::function<void(const std::optional<Error> &, int, int)> reply) {
-  helper_.journal.emplace_back(authorization ? "send bind with an authorization" : "send bind");
+  helper_.record(authorization ? "send bind with " + authorization->description() : "send bind");
   helper_.sent.push_back({.errorHandler = errorHandler_, .version = {}, .install = {}, .bind = std::move(reply)});
 }
 
 void FakeHelperConnection::note(const std::string &call) {
-  record(helper_.journal, "connection " + std::to_string(number_) + " " + call);
+  helper_.record("connection " + std::to_string(number_) + " " + call);
 }
 
 void FakeHelperConnection::setRemoteObjectInterface() { note("setRemoteObjectInterface"); }
@@ -326,17 +335,17 @@ void FakeHelperConnection::invalidate() {
 }
 
 std::shared_ptr<HelperConnection> FakeHelperConnections::privilegedConnection(const std::string &machServiceName) {
-  helper.journal.push_back("privilegedConnection " + machServiceName);
+  helper.record("privilegedConnection " + machServiceName);
   return std::make_shared<FakeHelperConnection>(helper, ++helper.connections);
 }
 
 std::optional<Error> FakeServiceManagement::jobBless(const std::string &label, Authorization authorization) {
-  journal_.push_back("bless " + label + (authorization != nullptr ? " with an authorization" : ""));
+  record("bless " + label + (authorization != nullptr ? " with an authorization" : ""));
   return refusal;
 }
 
 Status FakeAuthorizationDatabase::rightGet(const std::string &name) {
-  journal.push_back("get " + name);
+  record("get " + name);
   const auto status = statuses.find(name);
   return status == statuses.end() ? errAuthorizationDenied : status->second;
 }
@@ -344,24 +353,24 @@ Status FakeAuthorizationDatabase::rightGet(const std::string &name) {
 Status FakeAuthorizationDatabase::rightSet(Authorization givenAuthorization, const std::string &name,
                                            const std::string &rule, const std::string &descriptionKey,
                                            const std::string &stringsTable) {
-  journal.push_back("set " + name + " to " + rule + " \"" + descriptionKey + "\" of " + stringsTable);
+  record("set " + name + " to " + rule + " \"" + descriptionKey + "\" of " + stringsTable);
   authorization = givenAuthorization;
   return setStatus;
 }
 
 std::string FakeUUIDs::UUIDString() {
-  journal_.emplace_back("UUIDString");
+  record("UUIDString");
   return "1B9D6BCD-BBFD-4B2D-9B5D-AB8DFBBD4BED";
 }
 
 void FakeMainQueue::dispatchAsync(std::function<void()> work) {
-  record(journal_, "dispatchAsync");
+  record("dispatchAsync");
   const std::lock_guard<std::mutex> lock(mutex_);
   waiting_.push_back(std::move(work));
 }
 
 void FakeMainQueue::addOperation(std::function<void()> work) {
-  record(journal_, "addOperation");
+  record("addOperation");
   const std::lock_guard<std::mutex> lock(mutex_);
   waiting_.push_back(std::move(work));
 }
@@ -380,8 +389,8 @@ void FakeMainQueue::run() {
 }
 
 std::optional<std::string> FakeShellTask::standardOutput(const std::string &command) {
-  journal_.push_back("sh " + command);
-  if (shellIsMissing) throw TaskLaunchError("NSInvalidArgumentException", "launch path not accessible");
+  record("sh " + command);
+  if (shellIsMissing) throw TaskLaunchError("launch path not accessible", nullptr);
   const auto output = outputs.find(command);
   if (output == outputs.end()) {
     ADD_FAILURE() << "unexpected command: " << command;
@@ -398,10 +407,7 @@ URLRef FakeURLs::create(const std::string &path) {
   return new std::string(path);
 }
 
-URLRef FakeURLs::createFileURL(const std::string &path) {
-  journal_.push_back("createFileURL " + path);
-  return create(path);
-}
+URLRef FakeURLs::createFileURL(const std::string &path) { return create(path); }
 
 std::optional<std::string> FakeURLs::path(URLRef url) {
   if (url == nullptr) return std::nullopt;
@@ -414,52 +420,56 @@ void FakeURLs::release(URLRef url) {
   delete static_cast<const std::string *>(url);
 }
 
+bool FakeUserDefaults::hasValueForKey(const std::string &key) { return valueForKey(key).has_value(); }
+
 std::optional<std::string> FakeUserDefaults::valueForKey(const std::string &key) {
-  journal_.push_back("default " + key);
+  asked.push_back(key);
   const auto value = values.find(key);
   if (value == values.end()) return std::nullopt;
   return value->second;
 }
 
 bool FakeWorkspace::launchApplication(const std::string &name) {
-  journal_.push_back("launchApplication " + name);
+  record("launchApplication " + name);
   return succeeds;
 }
 
 bool FakeWorkspace::openURL(const std::string &url) {
-  journal_.push_back("openURL " + url);
+  record("openURL " + url);
   return succeeds;
 }
 
 bool FakeDelegate::didInstall() { return installed; }
 
 void FakeDelegate::setDidInstall(bool didInstall) {
-  journal_.push_back(didInstall ? "didInstall = YES" : "didInstall = NO");
+  record(didInstall ? "didInstall = YES" : "didInstall = NO");
   installed = didInstall;
 }
 
 void FakeDelegate::setIsRMMLaunch() {
-  journal_.emplace_back("isRMMLaunch = 1");
+  record("isRMMLaunch = 1");
   managedLaunch = true;
 }
 
-void FakeDelegate::setInstallButtonTitle(const AttributedString &newTitle) {
-  title = dynamic_cast<const FakeAttributedString &>(newTitle).description;
-  journal_.push_back("installButtonTitle = " + *title);
+void FakeDelegate::setInstallButtonTitle(const std::string &text, const std::optional<Color> &color) {
+  title = text;
+  if (color) {
+    title = text + " (" + number(color->red) + " " + number(color->green) + " " + number(color->blue) + " " +
+            number(color->alpha) + ")";
+  }
+  record("installButtonTitle = " + *title);
 }
 
 int FakeDelegate::termsCheckBoxState() { return boxState; }
 
-void FakeDelegate::makeWindowKeyAndOrderFront() { journal_.emplace_back("makeKeyAndOrderFront"); }
+void FakeDelegate::makeWindowKeyAndOrderFront() { record("makeKeyAndOrderFront"); }
 
 void FakeDelegate::hide(Control control) {
-  journal_.push_back("hide " + name(control));
+  record("hide " + name(control));
   hidden.insert(name(control));
 }
 
-Authorization FakeDelegate::authRef() { return nullptr; }
-
-std::shared_ptr<Data> FakeDelegate::authorization() { return nullptr; }
+std::shared_ptr<Data> FakeDelegate::authorization() { return externalAuthorization; }
 
 std::shared_ptr<HelperConnection> FakeDelegate::helperToolConnection() {
   const std::lock_guard<std::mutex> lock(mutex_);
@@ -468,11 +478,13 @@ std::shared_ptr<HelperConnection> FakeDelegate::helperToolConnection() {
 
 void FakeDelegate::setHelperToolConnection(const std::shared_ptr<HelperConnection> &newConnection) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  journal_.emplace_back(newConnection ? "helperToolConnection is set" : "helperToolConnection = nil");
-  connection = newConnection;
+  record(newConnection ? "helperToolConnection is set" : "helperToolConnection = nil");
+  if (!forgetsConnections) connection = newConnection;
 }
 
 void FakeDelegate::appendToTextView(const std::string &text) { log += text; }
+
+void FakeDelegate::terminateApplication() { record("terminate"); }
 
 FakeMac::FakeMac() {
   const std::string folder = "/Volumes/Quillmark Installer";
@@ -509,7 +521,6 @@ Mac FakeMac::mac() {
       .mainQueue = mainQueue,
       .serviceManagement = serviceManagement,
       .shellTask = shellTask,
-      .typography = typography,
       .urls = urls,
       .uuids = uuids,
       .userDefaults = userDefaults,

@@ -10,127 +10,91 @@
 #include <string>
 #include <vector>
 
-#include "platform/alert.hpp"
-#include "platform/application.hpp"
-#include "platform/attributed_string.hpp"
-#include "platform/authorization_database.hpp"
-#include "platform/bundle.hpp"
-#include "platform/console.hpp"
-#include "platform/delegate.hpp"
-#include "platform/directories.hpp"
+#include "platform/appkit.hpp"
 #include "platform/dynamic_loader.hpp"
-#include "platform/file_manager.hpp"
+#include "platform/foundation.hpp"
 #include "platform/helper_connection.hpp"
 #include "platform/mac.hpp"
-#include "platform/main_queue.hpp"
-#include "platform/service_management.hpp"
-#include "platform/shell_task.hpp"
-#include "platform/urls.hpp"
-#include "platform/user_defaults.hpp"
-#include "platform/uuids.hpp"
-#include "platform/workspace.hpp"
+#include "platform/security.hpp"
+#include "window/delegate.hpp"
 
 namespace quillmark::fake {
 
-/// Every call on every fake, in order, a line each: the verb, then its arguments.
+/// Every act on every fake, in order, a line each: the verb, then its arguments. What only answers a question about
+/// the fake itself leaves no line.
 using Journal = std::vector<std::string>;
 
-class FakeAlertPanel final : public AlertPanel {
+[[nodiscard]] bool contains(const std::vector<std::string> &lines, const std::string &line);
+
+/// What makes a fake write into a journal.
+class Recording {
  public:
-  explicit FakeAlertPanel(Journal &journal) : journal_(journal) {}
+  explicit Recording(Journal &journal) : journal_(journal) {}
+
+ protected:
+  /// Any thread.
+  void record(const std::string &act);
+
+ private:
+  Journal &journal_;
+};
+
+class FakeAlertPanel final : public AlertPanel, Recording {
+ public:
+  using Recording::Recording;
   int runModal(const Alert &alert) override;
 
   std::vector<Alert> shown;
   int answer = alertFirstButtonReturn;
   /// Runs while the alert is up.
   std::function<void()> meanwhile = [] {};
-
- private:
-  Journal &journal_;
 };
 
-class FakeApplication final : public Application {
+class FakeApplication final : public Application, Recording {
  public:
-  explicit FakeApplication(Journal &journal) : journal_(journal) {}
-  void terminate(Delegate &sender) override;
+  using Recording::Recording;
   void activateIgnoringOtherApps() override;
   double appKitVersionNumber() override;
 
-  Delegate *terminateSender = nullptr;
   double version = 1187.0;
-
- private:
-  Journal &journal_;
-};
-
-class FakeColor final : public Color {
- public:
-  explicit FakeColor(std::string components) : components(std::move(components)) {}
-  std::string components;
-};
-
-/// Its attributes read in the order in which they were set.
-class FakeAttributedString final : public AttributedString {
- public:
-  explicit FakeAttributedString(std::string text) : description(std::move(text)) {}
-  void setBoldSystemFont(double size) override;
-  void setForegroundColor(const Color &color) override;
-  void setAlignmentCenter() override;
-
-  std::string description;
-};
-
-class FakeTypography final : public Typography {
- public:
-  std::unique_ptr<AttributedString> attributedString(const std::string &text) override;
-  std::unique_ptr<Color> colorWithRed(double red, double green, double blue, double alpha) override;
 };
 
 class FakeBundle final : public Bundle {
  public:
-  explicit FakeBundle(Journal &journal) : journal_(journal) {}
   std::string bundlePath() override;
   std::optional<std::string> pathForResource(const std::string &name, const std::string &type) override;
   std::string localizedString(const std::string &key) override;
 
   std::string path;
   std::map<std::string, std::string> translations;
+  /// The keys whose translations were looked up, in order.
+  std::vector<std::string> lookedUp;
   std::function<void()> whenAskedForAResource = [] {};
   /// Paths by "name.type".
   std::map<std::string, std::string> resources;
-
- private:
-  Journal &journal_;
 };
 
-class FakeConsole final : public Console {
+class FakeConsole final : public Console, Recording {
  public:
-  explicit FakeConsole(Journal &journal) : journal_(journal) {}
+  using Recording::Recording;
   void log(const std::string &text) override;
 
   std::vector<std::string> lines;
-
- private:
-  Journal &journal_;
 };
 
 class FakeDirectories final : public Directories {
  public:
-  explicit FakeDirectories(Journal &journal) : journal_(journal) {}
   std::string homeDirectory() override;
   std::string userApplicationsDirectory() override;
   std::string temporaryDirectory() override;
 
   std::string home = "/Users/ann";
   std::string temporary = "/var/folders/T/";
-
- private:
-  Journal &journal_;
 };
 
 /// The Security framework's binary, with the two relocation calls in it. Only one may exist at a time, because the
 /// calls are plain C functions.
-class FakeDynamicLoader final : public DynamicLoader {
+class FakeDynamicLoader final : public DynamicLoader, Recording {
  public:
   explicit FakeDynamicLoader(Journal &journal);
   ~FakeDynamicLoader() override;
@@ -142,17 +106,14 @@ class FakeDynamicLoader final : public DynamicLoader {
   std::set<std::string> missingSymbols;
   /// What SecTranslocateIsTranslocatedURL answers and where it leaves its flag.
   bool querySucceeds = true;
-  bool flag = false;
+  unsigned char flag = 0;
   /// What SecTranslocateCreateOriginalPathForURL answers; null when empty.
   std::optional<std::string> originalPath;
   int openHandles = 0;
-
- private:
-  Journal &journal_;
 };
 
 /// A tree of folders, files and links in memory, empty but for the root folder.
-class FakeFileManager final : public FileManager {
+class FakeFileManager final : public FileManager, Recording {
  public:
   explicit FakeFileManager(Journal &journal);
   bool fileExistsAtPath(const std::string &path) override;
@@ -168,6 +129,8 @@ class FakeFileManager final : public FileManager {
   void addFile(const std::string &path, const std::string &contents = "");
   void addFolder(const std::string &path);
   void addLink(const std::string &path, const std::string &target);
+  /// Permissions as chmod takes them, of which the owner's are obeyed.
+  void setMode(const std::string &path, unsigned mode);
   /// The contents of a file, "-> target" for a link, "folder" for a folder; nothing when nothing is there.
   [[nodiscard]] std::optional<std::string> at(const std::string &path) const;
   /// Every path below the folder, in order.
@@ -177,20 +140,36 @@ class FakeFileManager final : public FileManager {
   struct Item {
     enum class Kind { file, folder, link } kind;
     std::string contents;
+    unsigned mode = 0755;
   };
 
   [[nodiscard]] bool fails(const std::string &call);
   [[nodiscard]] bool isFolder(const std::string &path) const;
+  /// Whether every folder above the path lets its owner look into it.
+  [[nodiscard]] bool isReachable(const std::string &path) const;
+  /// Whether the owner may add and remove what lies in the folder.
+  [[nodiscard]] bool isWritableFolder(const std::string &path) const;
+  [[nodiscard]] bool allows(const std::string &path, unsigned permission) const;
 
-  Journal &journal_;
   std::map<std::string, Item> items_;
+};
+
+/// Prints its text.
+class FakeData final : public Data {
+ public:
+  explicit FakeData(std::string text) : text_(std::move(text)) {}
+  [[nodiscard]] std::string description() const override { return text_; }
+
+ private:
+  std::string text_;
 };
 
 /// The helper tool's side of every connection. Nothing is answered by itself: a test answers what has been sent, or
 /// has the connection invalidated, on whatever thread plays the private queue.
-class FakeHelper {
+class FakeHelper : public Recording {
  public:
-  explicit FakeHelper(Journal &journal) : journal(journal) {}
+  using Recording::record;
+  using Recording::Recording;
 
   /// A message that has been sent and waits.
   struct Message {
@@ -203,7 +182,6 @@ class FakeHelper {
   std::deque<Message> sent;
   /// Connections made so far.
   int connections = 0;
-  Journal &journal;
 };
 
 class FakeHelperTool final : public HelperTool {
@@ -250,20 +228,18 @@ class FakeHelperConnections final : public HelperConnections {
   FakeHelper helper;
 };
 
-class FakeServiceManagement final : public ServiceManagement {
+class FakeServiceManagement final : public ServiceManagement, Recording {
  public:
-  explicit FakeServiceManagement(Journal &journal) : journal_(journal) {}
+  using Recording::Recording;
   std::optional<Error> jobBless(const std::string &label, Authorization authorization) override;
 
   std::optional<Error> refusal;
-
- private:
-  Journal &journal_;
 };
 
 /// A database whose every answer a test sets.
-class FakeAuthorizationDatabase final : public AuthorizationDatabase {
+class FakeAuthorizationDatabase final : public AuthorizationDatabase, Recording {
  public:
+  FakeAuthorizationDatabase() : Recording(journal) {}
   Status rightGet(const std::string &name) override;
   Status rightSet(Authorization authorization, const std::string &name, const std::string &rule,
                   const std::string &descriptionKey, const std::string &stringsTable) override;
@@ -275,18 +251,15 @@ class FakeAuthorizationDatabase final : public AuthorizationDatabase {
   Authorization authorization = nullptr;
 };
 
-class FakeUUIDs final : public UUIDs {
+class FakeUUIDs final : public UUIDs, Recording {
  public:
-  explicit FakeUUIDs(Journal &journal) : journal_(journal) {}
+  using Recording::Recording;
   std::string UUIDString() override;
-
- private:
-  Journal &journal_;
 };
 
-class FakeMainQueue final : public MainQueue {
+class FakeMainQueue final : public MainQueue, Recording {
  public:
-  explicit FakeMainQueue(Journal &journal) : journal_(journal) {}
+  using Recording::Recording;
   void dispatchAsync(std::function<void()> work) override;
   void addOperation(std::function<void()> work) override;
 
@@ -294,28 +267,23 @@ class FakeMainQueue final : public MainQueue {
   void run();
 
  private:
-  Journal &journal_;
   std::mutex mutex_;
   std::deque<std::function<void()>> waiting_;
 };
 
 /// Answers the commands that a test expects; any other command fails that test.
-class FakeShellTask final : public ShellTask {
+class FakeShellTask final : public ShellTask, Recording {
  public:
-  explicit FakeShellTask(Journal &journal) : journal_(journal) {}
+  using Recording::Recording;
   std::optional<std::string> standardOutput(const std::string &command) override;
 
   /// Raw bytes by command.
   std::map<std::string, std::string> outputs;
   bool shellIsMissing = false;
-
- private:
-  Journal &journal_;
 };
 
 class FakeURLs final : public URLs {
  public:
-  explicit FakeURLs(Journal &journal) : journal_(journal) {}
   URLRef createFileURL(const std::string &path) override;
   std::optional<std::string> path(URLRef url) override;
   void release(URLRef url) override;
@@ -323,60 +291,56 @@ class FakeURLs final : public URLs {
   static URLRef create(const std::string &path);
   /// URLs made and not yet released, by anyone.
   static int alive;
-
- private:
-  Journal &journal_;
 };
 
 class FakeUserDefaults final : public UserDefaults {
  public:
-  explicit FakeUserDefaults(Journal &journal) : journal_(journal) {}
+  bool hasValueForKey(const std::string &key) override;
   std::optional<std::string> valueForKey(const std::string &key) override;
 
   std::map<std::string, std::string> values;
-
- private:
-  Journal &journal_;
+  /// The keys that were asked for, in order.
+  std::vector<std::string> asked;
 };
 
-class FakeWorkspace final : public Workspace {
+class FakeWorkspace final : public Workspace, Recording {
  public:
-  explicit FakeWorkspace(Journal &journal) : journal_(journal) {}
+  using Recording::Recording;
   bool launchApplication(const std::string &name) override;
   bool openURL(const std::string &url) override;
 
   bool succeeds = true;
-
- private:
-  Journal &journal_;
 };
 
-class FakeDelegate final : public Delegate {
+class FakeDelegate final : public Delegate, Recording {
  public:
-  explicit FakeDelegate(Journal &journal) : journal_(journal) {}
+  using Recording::Recording;
   bool didInstall() override;
   void setDidInstall(bool didInstall) override;
   void setIsRMMLaunch() override;
-  void setInstallButtonTitle(const AttributedString &title) override;
+  void setInstallButtonTitle(const std::string &text, const std::optional<Color> &color) override;
   int termsCheckBoxState() override;
   void makeWindowKeyAndOrderFront() override;
   void hide(Control control) override;
-  Authorization authRef() override;
   std::shared_ptr<Data> authorization() override;
   std::shared_ptr<HelperConnection> helperToolConnection() override;
   void setHelperToolConnection(const std::shared_ptr<HelperConnection> &newConnection) override;
   void appendToTextView(const std::string &text) override;
+  void terminateApplication() override;
 
   std::shared_ptr<HelperConnection> connection;
+  /// What is set as the connection is dropped at once.
+  bool forgetsConnections = false;
+  std::shared_ptr<Data> externalAuthorization;
   bool installed = false;
   bool managedLaunch = false;
+  /// The text, and behind it the colour if there is one.
   std::optional<std::string> title;
   int boxState = 0;
   std::set<std::string> hidden;
   std::string log;
 
  private:
-  Journal &journal_;
   std::mutex mutex_;  // of `connection`: an atomic property
 };
 
@@ -392,19 +356,18 @@ class FakeMac {
   Journal journal;
   FakeAlertPanel alertPanel{journal};
   FakeApplication application{journal};
-  FakeBundle mainBundle{journal};
+  FakeBundle mainBundle;
   FakeConsole console{journal};
-  FakeDirectories directories{journal};
+  FakeDirectories directories;
   FakeDynamicLoader dynamicLoader{journal};
   FakeFileManager fileManager{journal};
   FakeHelperConnections helperConnections{journal};
   FakeMainQueue mainQueue{journal};
   FakeServiceManagement serviceManagement{journal};
   FakeShellTask shellTask{journal};
-  FakeTypography typography;
-  FakeURLs urls{journal};
+  FakeURLs urls;
   FakeUUIDs uuids{journal};
-  FakeUserDefaults userDefaults{journal};
+  FakeUserDefaults userDefaults;
   FakeWorkspace workspace{journal};
   std::shared_ptr<FakeDelegate> delegate = std::make_shared<FakeDelegate>(journal);
 

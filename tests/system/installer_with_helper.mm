@@ -4,9 +4,9 @@
 
 #import <AppKit/AppKit.h>
 
-#import "helper-client/HelperToolProtocol.h"
+#import "app/AppDelegate.h"
+#import "platform/cocoa/HelperToolProtocol.h"
 #import "platform/gnustep/mach_services.h"
-#import "shell/AppDelegate.h"
 
 @interface Helper : NSObject <HelperToolProtocol>
 @end

@@ -1,4 +1,4 @@
-#include "shell/activity_log.hpp"
+#include "window/activity_log.hpp"
 
 #include <gtest/gtest.h>
 

@@ -19,7 +19,7 @@ Error refusal(const std::string &domain, long code) {
 
 TEST(Blessing, ATrueResultLogsSuccessAndActivatesTheApplication) {
   FakeMac mac;
-  installAction(mac.mac(), mac.delegate);
+  installAction(mac.mac(), mac.delegate, nullptr);
   EXPECT_EQ(mac.journal, (Journal{bless, "addOperation", "activateIgnoringOtherApps"}));
   mac.mainQueue.run();
   EXPECT_EQ(mac.delegate->log, "success\n");
@@ -27,9 +27,9 @@ TEST(Blessing, ATrueResultLogsSuccessAndActivatesTheApplication) {
 
 TEST(Blessing, ASecondBlessingAfterASuccessDoesTheSameWithTheSameNullAuthorization) {
   FakeMac mac;
-  installAction(mac.mac(), mac.delegate);
+  installAction(mac.mac(), mac.delegate, nullptr);
   mac.journal.clear();
-  installAction(mac.mac(), mac.delegate);
+  installAction(mac.mac(), mac.delegate, nullptr);
   EXPECT_EQ(mac.journal, (Journal{bless, "addOperation", "activateIgnoringOtherApps"}));
   mac.mainQueue.run();
   EXPECT_EQ(mac.delegate->log, "success\nsuccess\n");
@@ -38,11 +38,10 @@ TEST(Blessing, ASecondBlessingAfterASuccessDoesTheSameWithTheSameNullAuthorizati
 TEST(Blessing, AFalseResultWritesTheConsoleThenTheLogThenShowsTheAlertThenTerminates) {
   FakeMac mac;
   mac.serviceManagement.refusal = refusal("CFErrorDomainLaunchd", 4);
-  installAction(mac.mac(), mac.delegate);
+  installAction(mac.mac(), mac.delegate, nullptr);
 
   EXPECT_EQ(mac.journal, (Journal{bless, "console The operation couldn't be completed.", "addOperation",
                                   "alert Quillmark Installer", "terminate"}));
-  EXPECT_EQ(mac.application.terminateSender, mac.delegate.get());
   const Alert &alert = mac.alertPanel.shown.front();
   EXPECT_EQ(alert.informativeText, "Could not authorize properly. The Installer will now quit.");
   EXPECT_EQ(alert.style, AlertStyle::critical);
@@ -56,16 +55,23 @@ TEST(Blessing, EveryErrorEndsTheApplicationWhateverItsDomainOrCode) {
                              refusal("NSPOSIXErrorDomain", 1), refusal("(null)", 0)}) {
     FakeMac mac;
     mac.serviceManagement.refusal = error;
-    installAction(mac.mac(), mac.delegate);
+    installAction(mac.mac(), mac.delegate, nullptr);
     EXPECT_EQ(mac.journal.back(), "terminate") << error.domain;
   }
+}
+
+TEST(Blessing, TheAuthorizationIsHandedOnAsItStands) {
+  FakeMac mac;
+  const int authorization = 0;
+  installAction(mac.mac(), mac.delegate, &authorization);
+  EXPECT_EQ(mac.journal.front(), bless + " with an authorization");
 }
 
 TEST(Blessing, TheAlertsAnswerIsIgnored) {
   FakeMac mac;
   mac.serviceManagement.refusal = refusal("CFErrorDomainLaunchd", 4);
   mac.alertPanel.answer = 0;
-  installAction(mac.mac(), mac.delegate);
+  installAction(mac.mac(), mac.delegate, nullptr);
   EXPECT_EQ(mac.journal.back(), "terminate");
 }
 

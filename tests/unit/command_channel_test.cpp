@@ -186,7 +186,7 @@ TEST_F(CommandChannel, WithTheHelperMissingAnErrorLineAndConnectionInvalidatedAp
   EXPECT_EQ(log(),
             "error NSCocoaErrorDomain / 4099\nconnection invalidated\n"
             "error NSCocoaErrorDomain / 4099\nconnection invalidated\n");
-  EXPECT_EQ(mac_.application.terminateSender, nullptr);
+  EXPECT_FALSE(fake::contains(mac_.journal, "terminate"));
   EXPECT_TRUE(mac_.alertPanel.shown.empty());
 }
 
@@ -208,6 +208,33 @@ TEST_F(CommandChannel, ABindReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
 TEST_F(CommandChannel, BindCarriesANullAuthorization) {
   bind();
   EXPECT_EQ(mac_.journal.back(), "send bind");
+}
+
+TEST_F(CommandChannel, BindCarriesTheDelegatesAuthorization) {
+  mac_.delegate->externalAuthorization = std::make_shared<fake::FakeData>("<0badcafe>");
+  bind();
+  EXPECT_EQ(mac_.journal.back(), "send bind with <0badcafe>");
+}
+
+TEST_F(CommandChannel, AnInvalidationThatFindsTheFieldEmptyStillPostsTheReset) {
+  connect();
+  const auto connection = std::dynamic_pointer_cast<FakeHelperConnection>(mac_.delegate->connection);
+  mac_.delegate->connection = nullptr;
+  connection->invalidate();
+  EXPECT_EQ(log(), "connection invalidated\n");
+  connection->setInvalidationHandler(nullptr);  // nobody else lets go of the delegate
+}
+
+TEST_F(CommandChannel, ACommandThatFindsTheFieldEmptySendsNothing) {
+  connect();
+  const auto connection = std::dynamic_pointer_cast<FakeHelperConnection>(mac_.delegate->connection);
+  mac_.delegate->forgetsConnections = true;
+  mac_.delegate->connection = nullptr;
+  requestVersion();
+  bind();
+  EXPECT_TRUE(mac_.helperConnections.helper.sent.empty());
+  EXPECT_EQ(log(), "");
+  connection->setInvalidationHandler(nullptr);
 }
 
 TEST_F(CommandChannel, NothingTouchesTheLogBeforeTheMainQueueRuns) {

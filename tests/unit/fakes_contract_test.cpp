@@ -17,6 +17,7 @@ class FakeFiles final : public FileManagerSubject {
   std::string folder() override { return "/private/folder"; }
   void addFile(const std::string &path, const std::string &contents) override { files_.addFile(path, contents); }
   void addLink(const std::string &path, const std::string &target) override { files_.addLink(path, target); }
+  void setMode(const std::string &path, unsigned mode) override { files_.setMode(path, mode); }
   std::optional<std::string> at(const std::string &path) override { return files_.at(path); }
 
  private:
@@ -41,8 +42,7 @@ class FakeDefaults final : public UserDefaultsSubject {
   void setInteger(const std::string &key, int value) override { defaults_.values[key] = std::to_string(value); }
 
  private:
-  fake::Journal journal_;
-  fake::FakeUserDefaults defaults_{journal_};
+  fake::FakeUserDefaults defaults_;
 };
 
 class FakeMainBundle final : public BundleSubject {
@@ -55,8 +55,7 @@ class FakeMainBundle final : public BundleSubject {
   std::string path() override { return "/Volumes/Sample.app"; }
 
  private:
-  fake::Journal journal_;
-  fake::FakeBundle bundle_{journal_};
+  fake::FakeBundle bundle_;
 };
 
 template <typename Base, typename Subject>

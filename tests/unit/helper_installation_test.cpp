@@ -44,22 +44,15 @@ class HelperInstallation : public testing::Test {
   FakeMac mac_;
 };
 
-TEST_F(HelperInstallation, TheSequenceIsExactlyTheStatedOne) {
+TEST_F(HelperInstallation, TheItemsAreGatheredInOrderAndThenHandedOver) {
   install();
   Journal expected = {
-      "resource Quillmark.app",
-      "temporaryDirectory",
       "remove " + temporary + "/Quillmark.app",
       "copy " + resources + "/Quillmark.app to " + temporary + "/Quillmark.app",
-      "resource client.up.tunnelblick.sh",
       "remove " + temporary + "/client.up.tunnelblick.sh",
       "copy " + resources + "/client.up.tunnelblick.sh to " + temporary + "/client.up.tunnelblick.sh",
-      "resource client.down.tunnelblick.sh",
       "remove " + temporary + "/client.down.tunnelblick.sh",
       "copy " + resources + "/client.down.tunnelblick.sh to " + temporary + "/client.down.tunnelblick.sh",
-      "bundlePath",
-      "createFileURL " + installer,
-      "appKitVersionNumber",
   };
   for (const std::string &name : vpnFiles) {
     expected.push_back("remove " + temporary + "/" + name);
@@ -92,7 +85,7 @@ TEST_F(HelperInstallation, RunTwiceInARowTheSecondRunReplacesEveryStagedItem) {
   EXPECT_EQ(staged("ca.crt"), "newer ca");
 }
 
-TEST_F(HelperInstallation, WithTheInstallerRelocatedTheSixFilesComeFromBesideTheOriginal) {
+TEST_F(HelperInstallation, WithTheInstallerRelocatedTheVPNFilesComeFromBesideTheOriginal) {
   mac_.application.version = 2487.0;
   mac_.dynamicLoader.flag = true;
   mac_.dynamicLoader.originalPath = "/Users/ann/Downloads/Q/Quillmark Installer.app";
@@ -139,7 +132,7 @@ TEST_F(HelperInstallation, ASuccessfulReplyLeavesOneLineAndThenShowsTheInstalled
   EXPECT_FALSE(mac_.delegate->installed) << "the reply comes on another thread";
   EXPECT_EQ(log(), "success\n");
   EXPECT_TRUE(mac_.delegate->installed);
-  EXPECT_EQ(mac_.delegate->title, "Launch Quillmark, bold 12, (0.2 0.8 0.2 1), centred");
+  EXPECT_EQ(mac_.delegate->title, "Launch Quillmark (0.2 0.8 0.2 1)");
 }
 
 TEST_F(HelperInstallation, AFailedReplyLeavesOnlyItsErrorLineAndTheWindowUnchanged) {
@@ -174,6 +167,14 @@ TEST_F(HelperInstallation, TheHelperReceivesANullAuthorizationWithEveryCommand) 
   install();
   install();
   EXPECT_EQ(std::count(mac_.journal.begin(), mac_.journal.end(), "send install /var/folders/T/"), 2);
+}
+
+TEST_F(HelperInstallation, AnAuthorizationIsHandedOverAndWrittenToTheConsoleTwice) {
+  mac_.delegate->externalAuthorization = std::make_shared<fake::FakeData>("<0badcafe>");
+  install();
+  EXPECT_EQ(mac_.journal.back(), "send install /var/folders/T/ with <0badcafe>");
+  reply(std::nullopt);
+  EXPECT_EQ(mac_.console.lines, (std::vector<std::string>{"<0badcafe>", "<0badcafe>"}));
 }
 
 TEST_F(HelperInstallation, WhatWasStagedStaysAfterAFailure) {

@@ -46,11 +46,11 @@ TEST(Layout, TheTemporaryCopyHasOneSeparatorWhateverTheFolderEndsIn) {
 
 TEST(Layout, TheBundlesResourcesAreAskedForByNameAndType) {
   FakeMac mac;
-  (void)layout::applicationResource(mac.mainBundle);
-  (void)layout::upScriptResource(mac.mainBundle);
-  (void)layout::downScriptResource(mac.mainBundle);
-  EXPECT_EQ(mac.journal, (fake::Journal{"resource Quillmark.app", "resource client.up.tunnelblick.sh",
-                                        "resource client.down.tunnelblick.sh"}));
+  mac.mainBundle.resources = {
+      {"Quillmark.app", "/client"}, {"client.up.tunnelblick.sh", "/up"}, {"client.down.tunnelblick.sh", "/down"}};
+  EXPECT_EQ(layout::applicationResource(mac.mainBundle), "/client");
+  EXPECT_EQ(layout::upScriptResource(mac.mainBundle), "/up");
+  EXPECT_EQ(layout::downScriptResource(mac.mainBundle), "/down");
 }
 
 TEST(Layout, AMissingResourceIsNothing) {

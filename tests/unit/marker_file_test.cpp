@@ -9,7 +9,6 @@ namespace quillmark {
 namespace {
 
 using fake::FakeMac;
-using fake::Journal;
 
 const std::string folder = "/Users/ann/Quillmark_Components";
 const std::string marker = folder + "/installationHelper.txt";
@@ -35,7 +34,7 @@ class MarkerFile : public testing::Test {
   FakeMac mac_;
 };
 
-TEST_F(MarkerFile, TheInteractiveMarkerIsExactlyTenBytesWhateverTheDefaultsHold) {
+TEST_F(MarkerFile, TheInteractiveMarkerIsDeviceAndYesWhateverTheDefaultsHold) {
   EXPECT_EQ(interactive(), "Device\nyes");
   setDefaults("P1", "T2");
   EXPECT_EQ(interactive(), "Device\nyes");
@@ -77,6 +76,11 @@ TEST_F(MarkerFile, ANonASCIIDefaultLeavesNoManagedMarkerAtAll) {
   EXPECT_EQ(managed(), std::nullopt);
 }
 
+TEST_F(MarkerFile, ALoneSurrogateInADefaultLeavesNoManagedMarkerAtAll) {
+  setDefaults("P\xED\xA0\x80", "T2");
+  EXPECT_EQ(managed(), std::nullopt);
+}
+
 TEST_F(MarkerFile, ANonASCIIDefaultLeavesAnOlderMarkerAsItWas) {
   mac_.fileManager.addFile(marker, "older");
   setDefaults("caf\u00e9", "T2");
@@ -100,12 +104,12 @@ TEST_F(MarkerFile, WithoutTheStagingFolderThereIsNoMarkerAndNothingIsReported) {
 }
 
 TEST_F(MarkerFile, BothWritersReadThePartnerThenTheTeam) {
-  const Journal expected = {"homeDirectory", "default partnerID", "default teamID", "write " + marker};
+  const std::vector<std::string> expected = {"partnerID", "teamID"};
   interactive();
-  EXPECT_EQ(mac_.journal, expected);
-  mac_.journal.clear();
+  EXPECT_EQ(mac_.userDefaults.asked, expected);
+  mac_.userDefaults.asked.clear();
   managed();
-  EXPECT_EQ(mac_.journal, expected);
+  EXPECT_EQ(mac_.userDefaults.asked, expected);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "shell/quit_confirmation.hpp"
+#include "app/quit_confirmation.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +13,9 @@ using fake::Journal;
 
 constexpr int cancel = alertFirstButtonReturn + 1;
 
-TEST(QuitConfirmation, BeforeInstallingItAsksWithTheStatedTextsStyleAndButtons) {
+TEST(QuitConfirmation, BeforeInstallingItAsksWhetherToQuit) {
   FakeMac mac;
-  doQuitApplication(mac.mac(), *mac.delegate);
+  doQuitApplication(mac.alertPanel, *mac.delegate);
   ASSERT_EQ(mac.alertPanel.shown.size(), 1U);
   const Alert &alert = mac.alertPanel.shown.front();
   EXPECT_EQ(alert.messageText, "Quillmark Installer");
@@ -27,21 +27,20 @@ TEST(QuitConfirmation, BeforeInstallingItAsksWithTheStatedTextsStyleAndButtons) 
 TEST(QuitConfirmation, BeforeInstallingCancelKeepsTheInstallerOpenWithItsWindowUnchanged) {
   FakeMac mac;
   mac.alertPanel.answer = cancel;
-  doQuitApplication(mac.mac(), *mac.delegate);
+  doQuitApplication(mac.alertPanel, *mac.delegate);
   EXPECT_EQ(mac.journal, Journal{"alert Quillmark Installer"});
 }
 
 TEST(QuitConfirmation, BeforeInstallingOKTerminates) {
   FakeMac mac;
-  doQuitApplication(mac.mac(), *mac.delegate);
+  doQuitApplication(mac.alertPanel, *mac.delegate);
   EXPECT_EQ(mac.journal, (Journal{"alert Quillmark Installer", "terminate"}));
-  EXPECT_EQ(mac.application.terminateSender, mac.delegate.get());
 }
 
 TEST(QuitConfirmation, AfterInstallingItTerminatesWithoutAnyAlert) {
   FakeMac mac;
   mac.delegate->installed = true;
-  doQuitApplication(mac.mac(), *mac.delegate);
+  doQuitApplication(mac.alertPanel, *mac.delegate);
   EXPECT_EQ(mac.journal, Journal{"terminate"});
 }
 
@@ -49,7 +48,7 @@ TEST(QuitConfirmation, AnAnswerOtherThanTheFirstButtonDoesNothing) {
   for (const int answer : {cancel, 0, -1000, 1}) {
     FakeMac mac;
     mac.alertPanel.answer = answer;
-    doQuitApplication(mac.mac(), *mac.delegate);
+    doQuitApplication(mac.alertPanel, *mac.delegate);
     EXPECT_EQ(mac.journal, Journal{"alert Quillmark Installer"}) << answer;
   }
 }
@@ -58,7 +57,7 @@ TEST(QuitConfirmation, TheAnswerAloneDecidesEvenIfAnInstallationEndsMeanwhile) {
   FakeMac mac;
   mac.alertPanel.answer = cancel;
   mac.alertPanel.meanwhile = [&] { mac.delegate->installed = true; };
-  doQuitApplication(mac.mac(), *mac.delegate);
+  doQuitApplication(mac.alertPanel, *mac.delegate);
   EXPECT_EQ(mac.journal, Journal{"alert Quillmark Installer"});
 }
 

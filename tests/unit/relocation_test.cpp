@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "support/fake_mac.hpp"
 
 namespace quillmark {
@@ -22,7 +20,7 @@ class Relocation : public testing::Test {
  protected:
   Relocation() {
     mac_.application.version = 1404.5 + 100;
-    mac_.dynamicLoader.flag = true;
+    mac_.dynamicLoader.flag = 1;
     mac_.dynamicLoader.originalPath = original;
     mac_.mainBundle.path = "/private/var/folders/T/AppTranslocation/1/d/Quillmark Installer.app";
   }
@@ -42,9 +40,7 @@ class Relocation : public testing::Test {
     return {answer, mac_.urls.path(found)};
   }
 
-  [[nodiscard]] bool asked(const std::string &call) const {
-    return std::count(mac_.journal.begin(), mac_.journal.end(), call) != 0;
-  }
+  [[nodiscard]] bool asked(const std::string &call) const { return fake::contains(mac_.journal, call); }
 
   FakeMac mac_;
 };
@@ -54,7 +50,7 @@ TEST_F(Relocation, ARelocatedBundleAnswersTrueWithItsOriginal) {
 }
 
 TEST_F(Relocation, ABundleThatWasNotRelocatedAnswersFalse) {
-  mac_.dynamicLoader.flag = false;
+  mac_.dynamicLoader.flag = 0;
   EXPECT_EQ(probe(), std::pair(false, std::optional<std::string>()));
   EXPECT_FALSE(asked("dlsym SecTranslocateCreateOriginalPathForURL"));
 }
@@ -69,12 +65,20 @@ TEST_F(Relocation, AppKit1404OrLowerAnswersFalseWithoutOpeningTheFramework) {
     mac_.application.version = version;
     EXPECT_FALSE(probe(nullptr)) << version;
   }
-  EXPECT_FALSE(asked("dlopen " + framework));
+  EXPECT_TRUE(mac_.journal.empty()) << mac_.journal.front();
 }
 
-TEST_F(Relocation, AppKit1405IsAsked) {
+TEST_F(Relocation, OnAppKit1405TheFrameworkIsOpenedAskedAndClosed) {
   mac_.application.version = 1405.0;
   EXPECT_TRUE(probe(nullptr));
+  EXPECT_EQ(mac_.journal, (Journal{"dlopen " + framework, "dlsym SecTranslocateIsTranslocatedURL", "dlclose"}));
+}
+
+TEST_F(Relocation, AnyFlagButZeroIsTrue) {
+  for (const unsigned char flag : {1, 2, 0x80, 0xFF}) {
+    mac_.dynamicLoader.flag = flag;
+    EXPECT_EQ(probe(), std::pair(true, std::optional(original))) << static_cast<int>(flag);
+  }
 }
 
 TEST_F(Relocation, AMissingFrameworkAnswersFalse) {
@@ -117,13 +121,27 @@ TEST_F(Relocation, OnAppKit1404OrLowerTheComponentsAreLookedForBesideTheBundle) 
   mac_.application.version = 1404.9;
   mac_.fileManager.addFolder("/private/var/folders/T/AppTranslocation/1/d/components");
   EXPECT_TRUE(componentsArePresent(mac_.mac()));
-  EXPECT_FALSE(asked("dlopen " + framework));
+  EXPECT_EQ(mac_.journal, Journal{"exists /private/var/folders/T/AppTranslocation/1/d/components"});
 }
 
 TEST_F(Relocation, ARelocatedInstallerWithComponentsBesideItsOriginalShowsNoAlertAtAll) {
   mac_.fileManager.addFolder("/Users/ann/Downloads/Quillmark Installer/components");
   EXPECT_TRUE(componentsArePresent(mac_.mac()));
   EXPECT_TRUE(mac_.alertPanel.shown.empty());
+}
+
+TEST(RelocationAlert, ItNamesTheOriginal) {
+  const Alert alert = relocationAlert(original);
+  EXPECT_EQ(alert.messageText, "Quillmark Installer Test alert");
+  EXPECT_EQ(alert.informativeText,
+            "The installer has been relocated. The original path is /Users/ann/Downloads/Quillmark Installer/Quillmark "
+            "Installer.app. It will now continue using the original path as the base for looking for components");
+  EXPECT_EQ(alert.style, AlertStyle::critical);
+  EXPECT_TRUE(alert.buttons.empty());
+}
+
+TEST(RelocationAlert, AnUnknownOriginalReadsAsTheNullPlaceholder) {
+  EXPECT_NE(relocationAlert(std::nullopt).informativeText.find("The original path is (null)."), std::string::npos);
 }
 
 void expectMissingComponentsAlert(const FakeMac &mac) {
@@ -163,7 +181,7 @@ TEST(ComponentsCheck, AFileNamedComponentsBesideTheInstallerPasses) {
   EXPECT_TRUE(mac.alertPanel.shown.empty());
 }
 
-TEST(ComponentsCheck, ALinkNamedComponentsPassesIfItResolves) {
+TEST(ComponentsCheck, ALinkNamedComponentsPassesOnlyIfItResolves) {
   FakeMac mac;
   mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
   mac.fileManager.addLink("/Volumes/Other/components", "/Applications");
@@ -177,7 +195,7 @@ TEST(ComponentsCheck, NothingBesideTheInstallerShowsTheErrorAlertAndTerminatesNo
   mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
   EXPECT_FALSE(componentsArePresent(mac.mac()));
   expectMissingComponentsAlert(mac);
-  EXPECT_EQ(mac.application.terminateSender, nullptr);
+  EXPECT_FALSE(fake::contains(mac.journal, "terminate"));
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "platform/authorization_database.hpp"
 #include "support/fake_mac.hpp"
 
 namespace quillmark {
@@ -20,6 +19,9 @@ const std::string bindRight = "com.example.apple-samplecode.EBAS.startWebService
 const std::string installText = "Install Quillmark is trying to install its components.";
 const std::string bindText = "EBAS is trying to start its web service.";
 
+const GuardedCommands commands = {.install = "install:authorization:withReply:",
+                                  .bindToLowNumberPort = "bindToLowNumberPortAuthorization:withReply:"};
+
 class Rights : public testing::Test {
  protected:
   Journal registered() {
@@ -32,7 +34,7 @@ class Rights : public testing::Test {
   }
 
   FakeMac mac_;
-  RightsCatalogue catalogue_ = makeRightsCatalogue(mac_.mainBundle);
+  RightsCatalogue catalogue_ = makeRightsCatalogue(commands, mac_.mainBundle);
   FakeAuthorizationDatabase database_;
 
   const std::string setInstall_ = "set " + installRight + " to allow \"" + installText + "\" of Common";
@@ -42,6 +44,12 @@ class Rights : public testing::Test {
 TEST_F(Rights, TheRightOfEachCommandIsItsRow) {
   EXPECT_EQ(authorizationRightForCommand(catalogue_, "install:authorization:withReply:"), installRight);
   EXPECT_EQ(authorizationRightForCommand(catalogue_, "bindToLowNumberPortAuthorization:withReply:"), bindRight);
+}
+
+TEST_F(Rights, ACommandThatIsRenamedKeepsItsRight) {
+  catalogue_ = makeRightsCatalogue({.install = "renamed:", .bindToLowNumberPort = "bind:"}, mac_.mainBundle);
+  EXPECT_EQ(authorizationRightForCommand(catalogue_, "renamed:"), installRight);
+  EXPECT_EQ(authorizationRightForCommand(catalogue_, "install:authorization:withReply:"), std::nullopt);
 }
 
 TEST_F(Rights, ACommandWithoutARowHasNoRight) {
@@ -61,14 +69,14 @@ TEST_F(Rights, TheWalkVisitsEachRowOnceWithItsThreeValues) {
 }
 
 TEST_F(Rights, EachDescriptionIsLookedUpOnceWhenTheCatalogueIsMade) {
-  EXPECT_EQ(mac_.journal, (Journal{"localizedString " + installText, "localizedString " + bindText}));
+  EXPECT_EQ(mac_.mainBundle.lookedUp, (std::vector<std::string>{installText, bindText}));
   (void)registered();
-  EXPECT_EQ(mac_.journal.size(), 2U);
+  EXPECT_EQ(mac_.mainBundle.lookedUp.size(), 2U);
 }
 
 TEST_F(Rights, ATranslatedDescriptionIsHandedToTheDatabase) {
   mac_.mainBundle.translations[installText] = "Quillmark m\u00f6chte seine Komponenten installieren.";
-  catalogue_ = makeRightsCatalogue(mac_.mainBundle);
+  catalogue_ = makeRightsCatalogue(commands, mac_.mainBundle);
   const Journal sets = registered();
   ASSERT_FALSE(sets.empty());
   EXPECT_EQ(sets.front(),

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "platform/alert.hpp"
-#include "platform/application.hpp"
-#include "platform/workspace.hpp"
+#include "platform/appkit.hpp"
 
 namespace quillmark::cocoa {
 
@@ -13,7 +11,6 @@ class CocoaAlertPanel final : public AlertPanel {
 
 class CocoaApplication final : public Application {
  public:
-  void terminate(Delegate &sender) override;
   void activateIgnoringOtherApps() override;
   double appKitVersionNumber() override;
 };

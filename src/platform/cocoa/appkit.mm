@@ -2,7 +2,6 @@
 
 #import <AppKit/AppKit.h>
 
-#import "platform/cocoa/cocoa_delegate.h"
 #import "platform/cocoa/text.h"
 
 namespace quillmark::cocoa {
@@ -15,8 +14,6 @@ int CocoaAlertPanel::runModal(const Alert &alert) {
   for (const std::string &title : alert.buttons) [panel addButtonWithTitle:string(title)];
   return static_cast<int>([panel runModal]);
 }
-
-void CocoaApplication::terminate(Delegate &sender) { [NSApp terminate:static_cast<CocoaDelegate &>(sender).get()]; }
 
 void CocoaApplication::activateIgnoringOtherApps() { [NSApp activateIgnoringOtherApps:YES]; }
 

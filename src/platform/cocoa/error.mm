@@ -1,7 +1,7 @@
 #import "platform/cocoa/error.h"
 
 #import "platform/cocoa/text.h"
-#include "platform/object_description.hpp"
+#include "platform/foundation.hpp"
 
 namespace quillmark::cocoa {
 

@@ -2,15 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-#include "platform/bundle.hpp"
-#include "platform/console.hpp"
-#include "platform/directories.hpp"
-#include "platform/file_manager.hpp"
-#include "platform/main_queue.hpp"
-#include "platform/shell_task.hpp"
-#include "platform/urls.hpp"
-#include "platform/user_defaults.hpp"
-#include "platform/uuids.hpp"
+#include "platform/foundation.hpp"
 
 namespace quillmark::cocoa {
 
@@ -68,6 +60,7 @@ class CocoaURLs final : public URLs {
 
 class CocoaUserDefaults final : public UserDefaults {
  public:
+  bool hasValueForKey(const std::string &key) override;
   std::optional<std::string> valueForKey(const std::string &key) override;
 };
 

@@ -2,6 +2,7 @@
 
 #include <dispatch/dispatch.h>
 
+#import "platform/cocoa/retained.h"
 #import "platform/cocoa/text.h"
 
 namespace quillmark::cocoa {
@@ -74,7 +75,10 @@ std::optional<std::string> CocoaShellTask::standardOutput(const std::string &com
   } @catch (NSException *exception) {
     refusal = exception;
   }
-  if (refusal != nil) throw TaskLaunchError(utf8([refusal name]), utf8([refusal reason]));
+  if (refusal != nil) {
+    const auto exception = std::make_shared<Retained<NSException>>(Retained<NSException>::retain(refusal));
+    throw TaskLaunchError(utf8([refusal reason]), std::shared_ptr<const void>(exception, exception->get()));
+  }
   NSData *output = [[pipe fileHandleForReading] readDataToEndOfFile];
   return optionalUTF8([[[NSString alloc] initWithData:output encoding:NSUTF8StringEncoding] autorelease]);
 }
@@ -84,6 +88,10 @@ URLRef CocoaURLs::createFileURL(const std::string &path) { return [[NSURL fileUR
 std::optional<std::string> CocoaURLs::path(URLRef url) { return optionalUTF8([static_cast<NSURL *>(url) path]); }
 
 void CocoaURLs::release(URLRef url) { [static_cast<NSURL *>(url) release]; }
+
+bool CocoaUserDefaults::hasValueForKey(const std::string &key) {
+  return [[NSUserDefaults standardUserDefaults] objectForKey:string(key)] != nil;
+}
 
 std::optional<std::string> CocoaUserDefaults::valueForKey(const std::string &key) {
   id value = [[NSUserDefaults standardUserDefaults] valueForKey:string(key)];

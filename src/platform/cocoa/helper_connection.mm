@@ -1,6 +1,6 @@
 #import "platform/cocoa/helper_connection.h"
 
-#import "helper-client/HelperToolProtocol.h"
+#import "platform/cocoa/HelperToolProtocol.h"
 #import "platform/cocoa/error.h"
 #import "platform/cocoa/text.h"
 
@@ -33,11 +33,16 @@ class CocoaHelperTool final : public HelperTool {
 
   void bindToLowNumberPort(const std::shared_ptr<Data> &authorization,
                            std::function<void(const std::optional<Error> &, int, int)> reply) override {
-    [proxy()
-        bindToLowNumberPortAuthorization:nsData(authorization)
-                               withReply:^(NSError *error, NSFileHandle *ipv4Handle, NSFileHandle *ipv6Handle) {
-                                 reply(optionalError(error), [ipv4Handle fileDescriptor], [ipv6Handle fileDescriptor]);
-                               }];
+    [proxy() bindToLowNumberPortAuthorization:nsData(authorization)
+                                    withReply:^(NSError *error, NSFileHandle *ipv4Handle, NSFileHandle *ipv6Handle) {
+                                      if (error != nil) {
+                                        reply(makeError(error), -1, -1);
+                                        return;
+                                      }
+                                      const int ipv4 = [ipv4Handle fileDescriptor];
+                                      const int ipv6 = [ipv6Handle fileDescriptor];
+                                      reply(std::nullopt, ipv4, ipv6);
+                                    }];
   }
 
  private:

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "platform/authorization_database.hpp"
-#include "platform/service_management.hpp"
+#include "platform/security.hpp"
 
 namespace quillmark::cocoa {
 

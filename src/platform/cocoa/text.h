@@ -7,18 +7,20 @@
 
 namespace quillmark::cocoa {
 
-/// The one place where text crosses between C++ (UTF-8) and Cocoa. Zero bytes inside a text survive.
+/// The one place where text crosses between C++ (UTF-8) and Cocoa. Every NSString comes back as it was: zero bytes
+/// survive, and so does a surrogate without its other half, which has no UTF-8 of its own and is written as three bytes
+/// like its neighbours (WTF-8, https://simonsapin.github.io/wtf-8/).
 
-/// Autoreleased. Text that is not valid UTF-8 gives nil.
+/// Autoreleased. Nil for bytes that are neither.
 NSString *string(const std::string &utf8);
 
-/// Nil for nothing.
+/// Nil when there is no text.
 NSString *string(const std::optional<std::string> &utf8);
 
-/// Nothing for nil.
+/// No text for nil.
 std::optional<std::string> optionalUTF8(NSString *string);
 
-/// Empty for nil; a lone surrogate, which UTF-8 cannot say, becomes a question mark.
+/// Empty for nil.
 std::string utf8(NSString *string);
 
 }  // namespace quillmark::cocoa

@@ -17,6 +17,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// No call here may throw: a method of a file manager answers NO.
+
 using CreateDirectory = BOOL (*)(id, SEL, NSString *, BOOL, NSDictionary *, NSError **);
 
 CreateDirectory gnustepCreateDirectory;
@@ -32,7 +34,9 @@ void copyFolder(const fs::path &source, const fs::path &target, std::error_code 
     if (!error) entry.increment(error);
   }
   // Last, because the mode may forbid writing.
-  if (!error) fs::permissions(target, fs::status(source).permissions(), error);
+  fs::file_status status;
+  if (!error) status = fs::status(source, error);
+  if (!error) fs::permissions(target, status.permissions(), error);
 }
 
 void copyItem(const fs::path &source, const fs::path &target, std::error_code &error) {
@@ -74,8 +78,10 @@ void copyItem(const fs::path &source, const fs::path &target, std::error_code &e
 /// The error is not told: nobody here asks for it.
 - (BOOL)copyItemAtPath:(NSString *)source toPath:(NSString *)target error:(NSError **)error {
   const fs::path to = [target fileSystemRepresentation];
-  if (fs::exists(fs::symlink_status(to))) return NO;
   std::error_code failure;
+  const fs::file_status inTheWay = fs::symlink_status(to, failure);
+  if (inTheWay.type() != fs::file_type::not_found) return NO;
+  failure.clear();
   copyItem([source fileSystemRepresentation], to, failure);
   return !failure;
 }

@@ -10,6 +10,7 @@
 #include <string>
 
 #import "platform/gnustep/mach_services.h"
+#import "platform/gnustep/security_calls.h"
 
 namespace {
 
@@ -24,6 +25,21 @@ std::set<std::string> rights;
 
 }  // namespace
 
+std::vector<RightSetCall> &rightSetCalls() {
+  static auto *const calls = new std::vector<RightSetCall>;
+  return *calls;
+}
+
+std::vector<BlessCall> &blessCalls() {
+  static auto *const calls = new std::vector<BlessCall>;
+  return *calls;
+}
+
+void removeAuthorizationRight(const std::string &name) {
+  const std::lock_guard<std::mutex> lock(rightsMutex);
+  rights.erase(name);
+}
+
 void CFRelease(CFTypeRef object) { [static_cast<id>(const_cast<void *>(object)) release]; }
 
 OSStatus AuthorizationRightGet(const char *rightName, CFTypeRef *rightDefinition) {
@@ -35,6 +51,12 @@ OSStatus AuthorizationRightSet(AuthorizationRef authRef, const char *rightName, 
                                CFStringRef descriptionKey, CFBundleRef bundle, CFStringRef localeTableName) {
   const std::lock_guard<std::mutex> lock(rightsMutex);
   rights.insert(rightName);
+  rightSetCalls().push_back({.authorization = authRef,
+                             .name = rightName,
+                             .definition = [(id)rightDefinition retain],
+                             .descriptionKey = [(NSString *)(id)descriptionKey retain],
+                             .bundle = bundle,
+                             .stringsTable = [(NSString *)(id)localeTableName retain]});
   return authorizationSuccess;
 }
 
@@ -42,6 +64,9 @@ const CFStringRef kSMDomainSystemLaunchd = (CFStringRef)(id) @"kSMDomainSystemLa
 
 /// Succeeds only where the helper is already there.
 Boolean SMJobBless(CFStringRef domain, CFStringRef executableLabel, AuthorizationRef auth, CFErrorRef *outError) {
+  blessCalls().push_back({.domain = [(NSString *)(id)domain retain],
+                          .label = [(NSString *)(id)executableLabel retain],
+                          .authorization = auth});
   if (machService((NSString *)(id)executableLabel) != nil) return 1;
   if (outError != nullptr) {
     *outError =

@@ -1,11 +1,13 @@
 // NSXPCConnection over the Mach services of this process. GNUstep declares the class and leaves it empty. As on a Mac,
-// a connection does nothing before it is resumed; each message is answered once, by its reply or by the error handler
-// of its proxy; replies, errors and the invalidation run one at a time on the connection's private queue; a message to
-// a service that does not exist invalidates the connection.
+// a connection does nothing before it is resumed; only a privileged one is looked up in the system's domain; each
+// message is answered once, by its reply or by the error handler of its proxy; replies, errors and the invalidation run
+// one at a time on the connection's private queue; a message to a service that does not exist invalidates the
+// connection.
 
 #include <Block.h>
 #import <Foundation/Foundation.h>
 #include <dispatch/dispatch.h>
+#include <objc/runtime.h>
 
 #include <condition_variable>
 #include <deque>
@@ -103,13 +105,16 @@ struct Message {
 };
 
 struct Connection : std::enable_shared_from_this<Connection> {
-  explicit Connection(NSString *service) : service(Retained<NSString>::retain(service)) {}
+  Connection(NSString *service, bool privileged)
+      : service(Retained<NSString>::retain(service)), privileged(privileged) {}
 
   Retained<NSString> service;
+  const bool privileged;
   PrivateQueue queue;
 
   std::mutex mutex;
   Retained<NSObject> invalidationHandler;
+  Retained<NSXPCInterface> remoteObjectInterface;
 
   // On the private queue only.
   bool invalid = false;
@@ -138,7 +143,7 @@ struct Connection : std::enable_shared_from_this<Connection> {
   }
 
   void deliver(const std::shared_ptr<Message> &message, const Retained<NSObject> &delivery) {
-    id<HelperToolProtocol> helper = invalid ? nil : machService(service.get());
+    id<HelperToolProtocol> helper = invalid || !privileged ? nil : machService(service.get());
     if (helper == nil) {
       fail(*message);
       invalidate();
@@ -268,7 +273,7 @@ id<HelperToolProtocol> machService(NSString *name) {
 @implementation NSXPCConnection (QuillmarkXPC)
 
 - (id)initWithMachServiceName:(NSString *)name options:(NSXPCConnectionOptions)options {
-  const auto connection = std::make_shared<Connection>(name);
+  const auto connection = std::make_shared<Connection>(name, (options & NSXPCConnectionPrivileged) != 0);
   const std::lock_guard<std::mutex> lock(connectionsMutex);
   connections()[self] = connection;
   return self;
@@ -284,8 +289,16 @@ id<HelperToolProtocol> machService(NSString *name) {
   [super dealloc];
 }
 
-/// There is one protocol here, and the proxy knows it.
 - (void)setRemoteObjectInterface:(NSXPCInterface *)interface {
+  const auto connection = connectionOf(self);
+  const std::lock_guard<std::mutex> lock(connection->mutex);
+  connection->remoteObjectInterface = Retained<NSXPCInterface>::retain(interface);
+}
+
+- (NSXPCInterface *)remoteObjectInterface {
+  const auto connection = connectionOf(self);
+  const std::lock_guard<std::mutex> lock(connection->mutex);
+  return [[connection->remoteObjectInterface.get() retain] autorelease];
 }
 
 - (void)setInvalidationHandler:(GSXPCInvalidationHandler)handler {
@@ -304,8 +317,31 @@ id<HelperToolProtocol> machService(NSString *name) {
   connection->queue.post([connection] { connection->invalidate(); });
 }
 
+/// There is one protocol here that the proxy knows.
 - (id)remoteObjectProxyWithErrorHandler:(GSXPCProxyErrorHandler)handler {
+  if (![NSStringFromProtocol([[self remoteObjectInterface] protocol]) isEqualToString:@"HelperToolProtocol"]) {
+    [NSException raise:NSInvalidArgumentException format:@"the connection's remote interface is not the helper's"];
+  }
   return [[[QuillmarkHelperProxy alloc] initWithConnection:connectionOf(self) errorHandler:handler] autorelease];
+}
+
+@end
+
+@interface QuillmarkXPCInterface : NSXPCInterface {
+  Protocol *_protocol;
+}
+@end
+
+@implementation QuillmarkXPCInterface
+
+- (Protocol *)protocol {
+  return _protocol;
+}
+
+/// A record that @protocol() makes is one that the gcc runtime does not know; the one of the same name that a class
+/// adopts it does know. Its second word is the name, see struct objc_protocol of libobjc.
+- (void)setProtocol:(Protocol *)protocol {
+  _protocol = objc_getProtocol(((const char **)(void *)protocol)[1]);
 }
 
 @end
@@ -316,7 +352,9 @@ id<HelperToolProtocol> machService(NSString *name) {
 @implementation NSXPCInterface (QuillmarkXPC)
 
 + (NSXPCInterface *)interfaceWithProtocol:(Protocol *)protocol {
-  return [[[NSXPCInterface alloc] init] autorelease];
+  QuillmarkXPCInterface *interface = [[[QuillmarkXPCInterface alloc] init] autorelease];
+  [interface setProtocol:protocol];
+  return interface;
 }
 
 @end

@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#import "app/AppDelegate.h"
 #import "cocoa/support/app_kit_spy.h"
 #import "cocoa/support/installer_folder.h"
 #import "cocoa/support/main_loop.h"
-#import "shell/AppDelegate.h"
 
 namespace quillmark {
 

@@ -12,6 +12,7 @@ extern "C" {
 
 @class NSArray, NSData, NSDictionary, NSError, NSFileHandle, NSString;
 
+typedef unsigned short unichar;
 typedef NSUInteger NSStringEncoding;
 enum : NSStringEncoding { NSASCIIStringEncoding = 1, NSUTF8StringEncoding = 4 };
 
@@ -46,11 +47,22 @@ SINCE(10.0)
 - (id)initWithFormat:(NSString *)format arguments:(va_list)arguments NS_FORMAT_FUNCTION(1, 0) SINCE(10.0);
 - (id)initWithBytes:(const void *)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding SINCE(10.0);
 - (id)initWithData:(NSData *)data encoding:(NSStringEncoding)encoding SINCE(10.0);
-- (NSData *)dataUsingEncoding:(NSStringEncoding)encoding allowLossyConversion:(BOOL)lossy SINCE(10.0);
+- (NSData *)dataUsingEncoding:(NSStringEncoding)encoding SINCE(10.0);
+- (NSUInteger)length SINCE(10.0);
+- (unichar)characterAtIndex:(NSUInteger)index SINCE(10.0);
+- (NSString *)substringFromIndex:(NSUInteger)index SINCE(10.0);
+- (NSString *)substringWithRange:(NSRange)range SINCE(10.0);
 - (BOOL)writeToFile:(NSString *)path
          atomically:(BOOL)atomically
            encoding:(NSStringEncoding)encoding
               error:(NSError **)error SINCE(10.4);
+@end
+
+SINCE(10.0)
+@interface NSMutableString : NSString
++ (id)string SINCE(10.0);
+- (void)appendString:(NSString *)string SINCE(10.0);
+- (void)appendFormat:(NSString *)format, ... NS_FORMAT_FUNCTION(1, 2) SINCE(10.0);
 @end
 
 SINCE(10.0)
@@ -79,6 +91,7 @@ SINCE(10.0)
 SINCE(10.0)
 @interface NSAttributedString : NSObject
 - (id)initWithString:(NSString *)string SINCE(10.0);
+- (id)initWithString:(NSString *)string attributes:(NSDictionary *)attributes SINCE(10.0);
 - (NSUInteger)length SINCE(10.0);
 @end
 
@@ -99,8 +112,8 @@ SINCE(10.0)
 SINCE(10.0)
 __attribute__((objc_exception))
 @interface NSException : NSObject
-+ (void)raise:(NSString *)name format:(NSString *)format, ... NS_FORMAT_FUNCTION(2, 3) SINCE(10.0);
-- (NSString *)name SINCE(10.0);
++ (NSException *)exceptionWithName:(NSString *)name reason:(NSString *)reason userInfo:(NSDictionary *)info SINCE(10.0);
+- (void)raise SINCE(10.0);
 - (NSString *)reason SINCE(10.0);
 @end
 
@@ -160,6 +173,7 @@ SINCE(10.0)
 SINCE(10.0)
 @interface NSUserDefaults : NSObject
 + (NSUserDefaults *)standardUserDefaults SINCE(10.0);
+- (id)objectForKey:(NSString *)key SINCE(10.0);
 @end
 
 SINCE(10.0)
