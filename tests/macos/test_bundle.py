@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Looks at the shipped bundle around its executable: layout, Info.plist, icon, translations, payload."""
 
 import plistlib
@@ -230,7 +229,3 @@ class Translations(unittest.TestCase):
         for path in STRINGS:
             with self.subTest(f"{path.parent.name}/{path.name}"):
                 self.assertEqual((product.RESOURCES / path.parent.name / path.name).read_bytes(), path.read_bytes())
-
-
-if __name__ == "__main__":
-    unittest.main()
