@@ -147,4 +147,4 @@ class Damage(DistributionCopy):
         content = icon.read_bytes()
         at = content.rindex(b"IDAT") + 100
         icon.write_bytes(content[:at] + bytes([content[at] ^ 1]) + content[at + 1:])
-        self.assert_named("test_bundle.test_every_picture_has_its_size_and_clear_corners_around_a_drawing")
+        self.assert_named("test_bundle.test_every_png_is_whole_and_has_its_size_and_transparency")
