@@ -26,13 +26,7 @@ else()
   set(interface ${CMAKE_SOURCE_DIR}/resources/MainMenu.xib)
 endif()
 
-set(icon ${CMAKE_BINARY_DIR}/Installer.icns)
-add_custom_command(
-  OUTPUT ${icon}
-  COMMAND ${CMAKE_SOURCE_DIR}/tools/make-icon ${icon}
-  DEPENDS tools/make-icon
-  VERBATIM)
-
+set(icon ${CMAKE_SOURCE_DIR}/resources/Installer.icns)
 file(GLOB languages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/*.lproj)
 file(GLOB strings CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/*.lproj/*.strings)
 set(resources "")

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Checks the cross build itself: what it refuses to compile and link, its stubs, and that it is reproducible."""
 
 import json
@@ -7,7 +6,6 @@ import re
 import shlex
 import shutil
 import subprocess
-import unittest
 from pathlib import Path
 
 from support import macho, product
@@ -163,7 +161,3 @@ class Reproduction(ScratchFolder):
             content = os.readlink(path) if path.is_symlink() else path.read_bytes() if path.is_file() else None
             found[str(path.relative_to(folder))] = (mode, content)
         return found
-
-
-if __name__ == "__main__":
-    unittest.main()

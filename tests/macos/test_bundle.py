@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Looks at the shipped bundle around its executable: layout, Info.plist, icon, translations, payload."""
 
 import plistlib
@@ -57,6 +56,7 @@ RELEASE_FILES = {
 ICON_COLOURS = {"is32": 16, "il32": 32}
 ICON_MASKS = {"s8mk": 16, "l8mk": 32}
 ICON_PNGS = {"ic07": 128, "ic08": 256, "ic09": 512, "ic10": 1024, "ic11": 32, "ic12": 64, "ic13": 256, "ic14": 512}
+RGBA = 6
 
 
 def files_below(folder):
@@ -154,39 +154,37 @@ class Icon(unittest.TestCase):
     def test_it_has_every_size_from_16_to_1024_in_both_resolutions(self):
         self.assertEqual(sorted(self.elements), sorted([*ICON_COLOURS, *ICON_MASKS, *ICON_PNGS]))
 
-    def test_every_picture_has_its_size_and_clear_corners_around_a_drawing(self):
+    def test_every_png_is_whole_and_has_its_size_and_transparency(self):
         for kind, side in ICON_PNGS.items():
             with self.subTest(kind):
-                rows = self.decoded_png(self.elements[kind], side)
-                self.assertEqual({rows[y][4 * x + 3] for y in (0, -1) for x in (0, side - 1)}, {0}, "corners")
-                colours = {row[at:at + 4] for row in rows for at in range(0, 4 * side, 4)}
-                self.assertGreater(len(colours), side, "shades")
+                chunks = self.chunks(self.elements[kind])
+                self.assertEqual(struct.unpack(">IIBBBBB", chunks[b"IHDR"]), (side, side, 8, RGBA, 0, 0, 0))
+                self.assertEqual(len(zlib.decompress(chunks[b"IDAT"])), side * (1 + 4 * side))
 
-    def test_every_classic_picture_unpacks_to_three_channels_and_has_a_mask(self):
+    def test_the_small_pictures_are_drawings_with_clear_corners(self):
         for kind, side in ICON_COLOURS.items():
             with self.subTest(kind):
-                self.assertEqual(len(self.unpacked(self.elements[kind])), 3 * side * side)
+                channels = self.unpacked(self.elements[kind])
+                self.assertEqual(len(channels), 3 * side * side)
+                shades = set(zip(*(channels[number * side * side:(number + 1) * side * side] for number in range(3))))
+                self.assertGreater(len(shades), side)
         for kind, side in ICON_MASKS.items():
             with self.subTest(kind):
                 mask = self.elements[kind]
                 self.assertEqual(len(mask), side * side)
-                self.assertEqual((mask[0], mask[side * side // 2 + side // 2]), (0, 255), "corner and middle")
+                self.assertEqual({mask[0], mask[side - 1], mask[-side], mask[-1]}, {0}, "corners")
+                self.assertEqual(mask[side * side // 2 + side // 2], 255, "middle")
 
-    def decoded_png(self, data, side):
-        self.assertEqual(data[:8], b"\x89PNG\r\n\x1a\n")
+    def chunks(self, png):
+        self.assertEqual(png[:8], b"\x89PNG\r\n\x1a\n")
         chunks, at = {}, 8
-        while at < len(data):
-            size, kind = struct.unpack_from(">I4s", data, at)
-            content = data[at + 8:at + 8 + size]
-            self.assertEqual(struct.unpack_from(">I", data, at + 8 + size)[0], zlib.crc32(kind + content))
-            chunks[kind] = content
+        while at < len(png):
+            size, kind = struct.unpack_from(">I4s", png, at)
+            content = png[at + 8:at + 8 + size]
+            self.assertEqual(struct.unpack_from(">I", png, at + 8 + size)[0], zlib.crc32(kind + content))
+            chunks[kind] = chunks.get(kind, b"") + content
             at += 12 + size
-        self.assertEqual(struct.unpack(">IIBBBBB", chunks[b"IHDR"]), (side, side, 8, 6, 0, 0, 0))
-        pixels = zlib.decompress(chunks[b"IDAT"])
-        rows = [pixels[y * (4 * side + 1):(y + 1) * (4 * side + 1)] for y in range(side)]
-        self.assertEqual(len(pixels), side * (4 * side + 1))
-        self.assertEqual({row[0] for row in rows}, {0}, "filters")
-        return [row[1:] for row in rows]
+        return chunks
 
     def unpacked(self, data):
         out, at = bytearray(), 0
@@ -230,7 +228,3 @@ class Translations(unittest.TestCase):
         for path in STRINGS:
             with self.subTest(f"{path.parent.name}/{path.name}"):
                 self.assertEqual((product.RESOURCES / path.parent.name / path.name).read_bytes(), path.read_bytes())
-
-
-if __name__ == "__main__":
-    unittest.main()

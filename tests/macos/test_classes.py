@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Looks at the Objective-C classes and the helper's protocol as the shipped executable describes them."""
 
 import unittest
@@ -174,7 +173,3 @@ class Classes(unittest.TestCase):
             self.assertEqual((protocol.others, protocol.properties, protocol.adopted), ([], [], []))
 
         self.each(check)
-
-
-if __name__ == "__main__":
-    unittest.main()

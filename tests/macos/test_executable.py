@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Looks at the slices of the shipped executable: targets, libraries, imports, signature, size, texts."""
 
 import re
@@ -124,7 +123,3 @@ class Slices(unittest.TestCase):
             self.assertEqual([text for text in texts if re.search(r"\.(cpp|hpp|mm|h)$", text)], [])
 
         self.each(check)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,12 +1,9 @@
-#!/usr/bin/env python3
 """Damages copies of the distribution in one way each and checks that the inspection names what is wrong."""
 
 import os
 import plistlib
 import subprocess
 import sys
-import unittest
-from pathlib import Path
 
 from support import macho, product
 from support.copies import DistributionCopy
@@ -17,8 +14,9 @@ CONTENTS = "Quillmark Installer.app/Contents"
 
 class Damage(DistributionCopy):
     def inspect(self, module):
-        outcome = subprocess.run([sys.executable, "-B", "-m", "unittest", module], cwd=Path(__file__).parent, text=True,
-                                 env={**os.environ, "QUILLMARK_DISTRIBUTION": str(self.copy)}, timeout=120,
+        outcome = subprocess.run([sys.executable, "-B", "-m", "unittest", f"macos.{module}"], text=True,
+                                 cwd=product.REPOSITORY / "tests", timeout=120,
+                                 env={**os.environ, "QUILLMARK_DISTRIBUTION": str(self.copy)},
                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         return outcome.returncode, outcome.stdout
 
@@ -149,8 +147,4 @@ class Damage(DistributionCopy):
         content = icon.read_bytes()
         at = content.rindex(b"IDAT") + 100
         icon.write_bytes(content[:at] + bytes([content[at] ^ 1]) + content[at + 1:])
-        self.assert_named("test_bundle.test_every_picture_has_its_size_and_clear_corners_around_a_drawing")
-
-
-if __name__ == "__main__":
-    unittest.main()
+        self.assert_named("test_bundle.test_every_png_is_whole_and_has_its_size_and_transparency")

@@ -1,11 +1,9 @@
-#!/usr/bin/env python3
 """Packs copies of the distribution, whole and damaged ones, and looks at what tools/package makes and refuses."""
 
 import os
 import shutil
 import stat
 import subprocess
-import unittest
 import zipfile
 
 from support import product
@@ -102,7 +100,3 @@ class Refusals(DistributionCopy):
         executable = self.copy / "Quillmark Installer.app/Contents/MacOS/Quillmark Installer"
         executable.write_bytes(executable.read_bytes().replace(b"_textView\0", b"_textViem\0"))
         self.assert_refused("test_the_delegate_has_its_seventeen_variables_in_order")
-
-
-if __name__ == "__main__":
-    unittest.main()

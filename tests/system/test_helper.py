@@ -1,12 +1,7 @@
-#!/usr/bin/env python3
-"""The Helper menu on a Mac without a helper tool and on one with it, and the hand-over of the installation to it.
-
-usage: test_helper.py [Class[.test]]
-"""
+"""The Helper menu on a Mac without a helper tool and on one with it, and the hand-over of the installation to it."""
 
 import shutil
 import tempfile
-import unittest
 from pathlib import Path
 
 from support.case import SCRIPTS, SystemTest
@@ -193,7 +188,3 @@ def count_text_lines(log):
     inside = log.crop(log.area().smaller_by(4))
     written = {y for _, y in inside.near(BLACK, tolerance=100)}
     return sum(y - 1 not in written and y in written for y in range(inside.height))
-
-
-if __name__ == "__main__":
-    unittest.main()

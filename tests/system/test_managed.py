@@ -1,11 +1,6 @@
-#!/usr/bin/env python3
-"""Launches by a management tool, which sets the two defaults, and launches that only look like one.
-
-usage: test_managed.py [Class[.test]]
-"""
+"""Launches by a management tool, which sets the two defaults, and launches that only look like one."""
 
 import shutil
-import unittest
 
 from support.case import COMPONENT, SystemTest, installation_lines
 from support.installer import CRITICAL, MENU_BAR
@@ -180,7 +175,3 @@ class Repeated(ManagedTest):
         installer = self.run_managed(mac, *BOTH)
         self.assertEqual(installer.console(), MANAGED_LINES)
         self.assert_installed(mac, marker=MANAGED_MARKER)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,11 +1,6 @@
-#!/usr/bin/env python3
-"""A person's road through the installer, by mouse and keyboard.
-
-usage: test_person.py [Class[.test]]
-"""
+"""A person's road through the installer, by mouse and keyboard."""
 
 import shutil
-import unittest
 
 from support.case import SCRIPTS, TICK_LINES, SystemTest, installation_lines
 from support.installer import BLACK, GREEN, INFORMATIONAL
@@ -275,7 +270,3 @@ class Quitting(SystemTest):
 def width_of(pixels):
     columns = [x for x, _ in pixels]
     return max(columns) - min(columns)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,11 +1,6 @@
-#!/usr/bin/env python3
-"""The same road in roots of every shape that changes its end.
-
-usage: test_root_options.py [Class[.test]]
-"""
+"""The same road in roots of every shape that changes its end."""
 
 import shutil
-import unittest
 
 from support.case import (COMPONENT, INTERACTIVE_MARKER, MARKER, SCRIPTS, TICK_LINES, SystemTest, installation_lines)
 from support.installer import CRITICAL, INFORMATIONAL
@@ -255,7 +250,3 @@ class Places(OptionsTest):
         self.assert_applications(mac)
         self.assert_staged(mac, None)
         self.assert_same_tree(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -3,7 +3,7 @@
 import re
 import subprocess
 
-from support import clipboard, interface
+from support import interface
 from support.desktop import WIDTH
 from support.interface import ACTIVITY_LOG, CONTROLS, INSTALL_BUTTON, MENUS, TERMS_CONTROLS
 from support.picture import Area
@@ -159,7 +159,7 @@ class Installer:
         self.click(ACTIVITY_LOG)
         self.desktop.press("alt+a")
         self.desktop.press("alt+c")
-        return until(lambda: clipboard.read(self.desktop.name), "a text on the clipboard")
+        return until(self.desktop.clipboard, "a text on the clipboard")
 
     # Screen
 

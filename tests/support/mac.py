@@ -9,10 +9,10 @@ import tempfile
 import unittest
 from pathlib import Path
 
+from support import REPOSITORY
 from support.tree import tree
 from support.waiting import DEADLINE_SECONDS, ending_with_us
 
-REPOSITORY = Path(__file__).resolve().parents[3]
 MAC_ROOT = REPOSITORY / "tools/mac-root"
 BUILD = Path(os.environ.get("QUILLMARK_BUILD", REPOSITORY / "build/linux"))
 DISTRIBUTION = BUILD / "Quillmark Installer"

@@ -5,9 +5,8 @@ import os
 import re
 from pathlib import Path
 
-from support import macho
+from support import REPOSITORY, macho
 
-REPOSITORY = Path(__file__).resolve().parent.parent.parent.parent
 SDK = REPOSITORY / "cmake/macos-sdk"
 DISTRIBUTION = Path(os.environ.get("QUILLMARK_DISTRIBUTION", REPOSITORY / "build/macos"))
 APPLICATION = DISTRIBUTION / "Quillmark Installer.app"

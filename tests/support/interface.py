@@ -1,11 +1,11 @@
 """Where the controls lie in the window, read from the interface file."""
 
 import xml.etree.ElementTree
-from pathlib import Path
 
+from support import REPOSITORY
 from support.picture import Area
 
-FILE = Path(__file__).resolve().parents[3] / "resources/MainMenu.xib"
+FILE = REPOSITORY / "resources/MainMenu.xib"
 
 
 def area_of(rectangle):

@@ -14,8 +14,7 @@ from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, 
 
 WIDTH, HEIGHT = 1024, 768
 PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
-            "xprop": "x11-utils", "xwininfo": "x11-utils", "setpriv": "util-linux"}
-
+            "xprop": "x11-utils", "xwininfo": "x11-utils", "xclip": "xclip", "setpriv": "util-linux"}
 
 # The window by which openbox says that it is there; it may still come up while the first program starts.
 WINDOW_MANAGERS_OWN = Area(x=-100, y=-100, width=1, height=1)
@@ -114,6 +113,11 @@ class Desktop:
     def press(self, key):
         self.ask("xdotool", "key", key)
 
+    def clipboard(self):
+        """The text on the clipboard, or None where there is none or its owner has not answered."""
+        # Under load GNUstep's pasteboard server misses a request now and then, and xclip would wait for ever.
+        return self.try_to_ask("timeout", "2", "xclip", "-out", "-selection", "clipboard")
+
     # Windows
 
     def windows(self):
@@ -175,7 +179,7 @@ class Desktop:
         return int(self.try_to_ask("xdotool", "getactivewindow") or 0)
 
     def close_window(self, window):
-        """Closes a window by the button in its title bar, so to speak."""
+        """Asks the window to close, as the button in its title bar does."""
         self.ask("wmctrl", "-ic", window.identifier)
 
     def move_window(self, window, x, y):

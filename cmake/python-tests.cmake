@@ -1,0 +1,40 @@
+# quillmark_add_python_tests(KIND [MODULES MODULE ...] [PROPERTIES NAME VALUE ...])
+#
+# Adds each test method of tests/KIND/MODULE.py as KIND.Class.test_method, so that ctest can run several at a time and
+# name what failed. Without MODULES they are all of tests/KIND/test_*.py. The label is KIND; the properties are
+# those of set_tests_properties. The tests run in the folder "tests", where they find "support".
+function(quillmark_add_python_tests kind)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "MODULES;PROPERTIES")
+  if(arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "quillmark_add_python_tests: what is ${arg_UNPARSED_ARGUMENTS}?")
+  endif()
+  set(folder ${PROJECT_SOURCE_DIR}/tests)
+  if(NOT arg_MODULES)
+    file(GLOB files CONFIGURE_DEPENDS ${folder}/${kind}/test_*.py)
+    foreach(file IN LISTS files)
+      get_filename_component(module ${file} NAME_WE)
+      list(APPEND arg_MODULES ${module})
+    endforeach()
+  endif()
+
+  foreach(module IN LISTS arg_MODULES)
+    list(APPEND names ${kind}.${module})
+    list(APPEND sources ${folder}/${kind}/${module}.py)
+  endforeach()
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources} ${folder}/support/list_tests.py)
+  execute_process(
+    COMMAND python3 -B -m support.list_tests ${names}
+    WORKING_DIRECTORY ${folder}
+    OUTPUT_VARIABLE tests
+    OUTPUT_STRIP_TRAILING_WHITESPACE
+    COMMAND_ERROR_IS_FATAL ANY)
+
+  string(REPLACE "\n" ";" tests "${tests}")
+  foreach(test IN LISTS tests)
+    string(REGEX REPLACE "^${kind}\\.[^.]+" "${kind}" name ${test})
+    add_test(NAME ${name} COMMAND python3 -B -m unittest -v ${test} WORKING_DIRECTORY ${folder})
+    # With -v unittest says after a test's name why it was skipped.
+    set_tests_properties(${name} PROPERTIES
+      LABELS ${kind} SKIP_REGULAR_EXPRESSION " \\.\\.\\. skipped ['\"]" TIMEOUT 120 ${arg_PROPERTIES})
+  endforeach()
+endfunction()
