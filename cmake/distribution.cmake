@@ -13,18 +13,23 @@ string(REPLACE "<" "&lt;" helperRequirement "${helperRequirement}")
 string(REPLACE ">" "&gt;" helperRequirement "${helperRequirement}")
 configure_file(resources/Info.plist.in ${CMAKE_BINARY_DIR}/Info.plist @ONLY)
 
-# Only a Mac can compile the interface file. GNUstep loads it as it is; the bundle that is cross-built on Linux holds
-# it as it is too, and AppKit cannot load that.
+# The interface file, compiled: by Xcode's own tool on a Mac, by ours elsewhere.
+set(interface ${CMAKE_BINARY_DIR}/MainMenu.nib)
+set(interfaceSource ${CMAKE_SOURCE_DIR}/resources/MainMenu.xib)
 if(APPLE AND NOT CMAKE_CROSSCOMPILING)
-  set(interface ${CMAKE_BINARY_DIR}/MainMenu.nib)
-  add_custom_command(
-    OUTPUT ${interface}
-    COMMAND xcrun ibtool --errors --warnings --compile ${interface} ${CMAKE_SOURCE_DIR}/resources/MainMenu.xib
-    DEPENDS resources/MainMenu.xib
-    VERBATIM)
+  set(interfaceCompiler xcrun ibtool --errors --warnings --compile ${interface} ${interfaceSource})
+  set(interfaceCompilerFiles "")
 else()
-  set(interface ${CMAKE_SOURCE_DIR}/resources/MainMenu.xib)
+  set(interfaceCompiler ${CMAKE_SOURCE_DIR}/tools/compile-interface ${interfaceSource} ${interface})
+  file(GLOB interfaceCompilerFiles CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tools/interface_compiler/*.py)
+  list(APPEND interfaceCompilerFiles ${CMAKE_SOURCE_DIR}/tools/compile-interface)
 endif()
+add_custom_command(
+  OUTPUT ${interface}
+  COMMAND ${interfaceCompiler}
+  DEPENDS ${interfaceSource} ${interfaceCompilerFiles}
+  VERBATIM)
+add_custom_target(interface DEPENDS ${interface})
 
 set(icon ${CMAKE_SOURCE_DIR}/resources/Installer.icns)
 file(GLOB languages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/*.lproj)

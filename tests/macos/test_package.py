@@ -71,8 +71,8 @@ class Refusals(DistributionCopy):
         self.assertEqual(list(self.scratch.glob("out/*")), [], "an archive was left behind")
 
     def test_what_is_no_release_is_not_packed_as_one_and_every_reason_is_named(self):
-        self.assert_refused("the interface file is not compiled", "the application is not signed",
-                            "names nobody's team", "the payload is the sample", arguments=())
+        self.assert_refused("the application is not signed", "names nobody's team", "the payload is the sample",
+                            arguments=())
 
     def test_a_folder_that_is_no_distribution(self):
         shutil.rmtree(self.copy / "components")

@@ -1,6 +1,7 @@
 // What AppKit looks like and does by itself on a Mac, set up before the interface file is loaded.
 
 #import <AppKit/AppKit.h>
+#import <GNUstepGUI/GSTheme.h>
 
 /// The box of a switch. GNUstep's own picture is made for a darker window: on this one half of its edges are lost.
 @interface QuillmarkSwitch : NSObject
@@ -32,6 +33,17 @@
   [tick setLineWidth:2];
   [[NSColor blackColor] set];
   [tick stroke];
+}
+
+@end
+
+@interface GSTheme (QuillmarkInterface)
+@end
+
+@implementation GSTheme (QuillmarkInterface)
+
+/// GNUstep would draw a Return sign on the button that Return presses, AppKit draws none.
+- (void)setKeyEquivalent:(NSString *)key forButtonCell:(NSButtonCell *)cell {
 }
 
 @end

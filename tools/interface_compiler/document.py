@@ -1,0 +1,148 @@
+"""An interface file as a tree of elements that know what has been read of them, so that nothing is dropped silently."""
+
+import base64
+import re
+from xml.parsers import expat
+
+NUMBER = re.compile(r"-?\d+(\.\d+)?")
+
+
+class Refusal(Exception):
+    """The file cannot be compiled, because of what stands in this line of it."""
+
+    def __init__(self, line, reason):
+        super().__init__(reason)
+        self.line = line
+
+
+def parse(content):
+    """The root element of the file, whose content is given as bytes."""
+    above, roots = [], []
+    # Interface Builder writes UTF-8, whatever a declaration says.
+    parser = expat.ParserCreate("UTF-8")
+    parser.buffer_text = True
+
+    def start(tag, attributes):
+        element = Element(tag, attributes, parser.CurrentLineNumber)
+        (above[-1].children if above else roots).append(element)
+        above.append(element)
+
+    def text(data):
+        above[-1].text += data
+
+    parser.StartElementHandler = start
+    parser.EndElementHandler = lambda tag: above.pop()
+    parser.CharacterDataHandler = text
+    try:
+        parser.Parse(content, True)
+    except expat.ExpatError as error:
+        raise Refusal(error.lineno, f"this is no XML: {expat.ErrorString(error.code)}") from None
+    return roots[0]
+
+
+class Element:
+    def __init__(self, tag, attributes, line):
+        self.tag = tag
+        self.attributes = attributes
+        self.line = line
+        self.text = ""
+        self.children = []
+        self.unread = {"attributes": set(attributes), "text": True}
+        self.known = False  # whether the element above has asked for this one
+
+    def __str__(self):
+        names = "".join(f' {name}="{self.attributes[name]}"' for name in ("id", "key") if name in self.attributes)
+        return f"<{self.tag}{names}>"
+
+    def refusal(self, reason):
+        return Refusal(self.line, f"{self}: {reason}")
+
+    # Attributes
+
+    def get(self, name, default=None):
+        self.unread["attributes"].discard(name)
+        return self.attributes.get(name, default)
+
+    def choice(self, name, table):
+        """What the table has for the attribute's value, or under None if the attribute is absent."""
+        value = self.get(name)
+        if value in table:
+            return table[value]
+        if value is None:
+            raise self.refusal(f'the attribute "{name}" is missing')
+        raise self.refusal(f'{name}="{value}" is not known')
+
+    def required(self, name):
+        if name not in self.attributes:
+            raise self.refusal(f'the attribute "{name}" is missing')
+        return self.get(name)
+
+    def flag(self, name, default):
+        return self.choice(name, {"YES": True, "NO": False, None: default})
+
+    def bits(self, table):
+        """The bits of all attributes that are YES."""
+        return sum(bit for name, bit in table.items() if self.flag(name, False))
+
+    def number(self, name, default=None):
+        value = self.required(name) if default is None else self.get(name, default)
+        if not NUMBER.fullmatch(value):
+            raise self.refusal(f'{name}="{value}" is no number')
+        return int(float(value)) if float(value).is_integer() else float(value)
+
+    def string(self, name):
+        """A text, which Interface Builder writes as an attribute, or as an element if an attribute would garble it."""
+        element = self.optional("string", name)
+        if element is None:
+            return self.get(name, "")
+        element.unread["text"] = False
+        if not element.flag("base64-UTF8", False):
+            return element.text
+        digits = "".join(element.text.split())
+        try:
+            return base64.b64decode(digits + "=" * (-len(digits) % 4), validate=True).decode()
+        except ValueError:
+            raise element.refusal(f'"{digits}" is no text in base 64') from None
+
+    # Elements below
+
+    def optional(self, tag, key=None):
+        for element in self.children:
+            if element.tag == tag and element.attributes.get("key") == key:
+                element.known = True
+                element.get("key")
+                return element
+        return None
+
+    def child(self, tag, key=None):
+        element = self.optional(tag, key)
+        if element is None:
+            name = f'<{tag} key="{key}">' if key else f"<{tag}>"
+            raise self.refusal(f"it has no {name}")
+        return element
+
+    def list(self, tag):
+        """All that stands in the element below of this tag, which may be absent."""
+        container = self.optional(tag)
+        for element in container.children if container else ():
+            element.known = True
+        return container.children if container else []
+
+    def leave_out(self):
+        """Says that this element, with all in it, is for Interface Builder only."""
+        self.unread = {"attributes": set(), "text": False}
+        for element in self.children:
+            element.known = True
+            element.leave_out()
+
+    def refuse_unread(self):
+        """Everything has been built: what nobody has asked for until now is not known."""
+        for name in self.attributes:
+            if name in self.unread["attributes"]:
+                raise self.refusal(f'the attribute {name}="{self.attributes[name]}" is not known')
+        if self.unread["text"] and self.text.strip():
+            raise self.refusal(f'the text "{self.text.strip()}" is not known')
+        for element in self.children:
+            if not element.known:
+                raise element.refusal("this element is not known here")
+            element.refuse_unread()
