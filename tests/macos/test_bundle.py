@@ -104,7 +104,7 @@ class InfoPlist(unittest.TestCase):
     def test_it_has_these_keys_and_no_others(self):
         self.assertEqual(sorted(self.info), sorted([*INFO, "SMPrivilegedExecutables"]))
 
-    def test_every_value_is_the_stated_one(self):
+    def test_the_values_say_what_this_application_is(self):
         for key, value in INFO.items():
             with self.subTest(key):
                 self.assertEqual(self.info.get(key), value)

@@ -11,7 +11,7 @@ namespace quillmark::cocoa {
 /// Works for nil too: the code is then 0.
 Error makeError(NSError *error);
 
-/// Nothing for nil.
+/// No error for nil.
 std::optional<Error> optionalError(NSError *error);
 
 /// Autoreleased; nil for nothing.

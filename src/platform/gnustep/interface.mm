@@ -74,7 +74,7 @@
     [QuillmarkSwitch nameImage:@"GSSwitch" drawnBy:@selector(drawBox:)];
     [QuillmarkSwitch nameImage:@"GSSwitchSelected" drawnBy:@selector(drawTickedBox:)];
 
-    // Else the interface file's binding of the title is passed over. After the defaults, because this already makes
+    // Else the interface file's binding of the title is ignored. After the defaults, because this already makes
     // AppKit read its colours.
     [NSButton exposeBinding:@"attributedTitle"];
   }
