@@ -105,7 +105,7 @@ class InfoPlist(unittest.TestCase):
     def test_it_has_these_keys_and_no_others(self):
         self.assertEqual(sorted(self.info), sorted([*INFO, "SMPrivilegedExecutables"]))
 
-    def test_every_value_is_the_stated_one(self):
+    def test_its_keys_have_these_values(self):
         for key, value in INFO.items():
             with self.subTest(key):
                 self.assertEqual(self.info.get(key), value)

@@ -118,7 +118,7 @@ class Damage(DistributionCopy):
 
     def test_another_value_in_info_plist(self):
         self.change_info(LSMinimumSystemVersion="10.9")
-        self.assert_named("test_bundle.test_every_value_is_the_stated_one", "LSMinimumSystemVersion")
+        self.assert_named("test_bundle.test_its_keys_have_these_values", "LSMinimumSystemVersion")
         self.assert_named("test_bundle.test_the_oldest_system_is_the_one_that_the_intel_slice_is_for")
 
     def test_a_key_missing_from_info_plist(self):
