@@ -118,7 +118,7 @@ class Damage(DistributionCopy):
 
     def test_another_value_in_info_plist(self):
         self.change_info(LSMinimumSystemVersion="10.9")
-        self.assert_named("test_bundle.test_the_values_say_what_this_application_is", "LSMinimumSystemVersion")
+        self.assert_named("test_bundle.test_its_keys_have_these_values", "LSMinimumSystemVersion")
         self.assert_named("test_bundle.test_the_oldest_system_is_the_one_that_the_intel_slice_is_for")
 
     def test_a_key_missing_from_info_plist(self):
@@ -134,7 +134,7 @@ class Damage(DistributionCopy):
         (self.copy / CONTENTS / "Resources/notes.txt").write_text("left over")
         self.assert_named("test_bundle.test_the_bundle_holds_these_files_and_no_others", "notes.txt")
         (self.copy / CONTENTS / "Resources/notes.txt").unlink()
-        (self.copy / CONTENTS / "Resources/MainMenu.nib").unlink()
+        (self.copy / CONTENTS / "Resources/MainMenu.xib").unlink()
         self.assert_named("test_bundle.test_the_bundle_holds_these_files_and_no_others", "no interface file")
 
     def test_an_icon_without_one_of_its_sizes(self):

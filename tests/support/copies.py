@@ -1,4 +1,4 @@
-"""What several of the checks start from."""
+"""Test cases with a folder of their own, empty or with a copy of the distribution."""
 
 import shutil
 import tempfile

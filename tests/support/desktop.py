@@ -133,7 +133,7 @@ class Desktop:
         return found
 
     def areas_of_visible(self, title):
-        """Where windows with that title lie that a person sees, the window manager's business or not."""
+        """Where the visible windows with that title lie, also those that the window manager does not list, such as menus."""
         found = self.try_to_ask("xdotool", "search", "--onlyvisible", "--name", f"^{title}$") or ""
         return list(filter(None, map(self.area_of, found.split())))
 
@@ -159,7 +159,7 @@ class Desktop:
             seen = len(self.events.lines)
             answer = condition(self.windows())
             if not answer:
-                # A title may come without an event of its own, hence not longer.
+                # A title may come without an event of its own, so this cannot wait for one alone.
                 self.events.wait_for_more(seen, seconds=0.1)
             return answer
 

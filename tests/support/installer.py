@@ -155,7 +155,10 @@ class Installer:
         return [Area(bar.x + start, bar.y, end - start, bar.height) for start, end in zip(starts, ends)]
 
     def read_activity_log(self):
-        """Copies the activity log by keyboard; answers with what is then on the clipboard. Works once."""
+        """Copies the activity log by keyboard; answers with what is then on the clipboard.
+
+        Not for a second time, since that might find the first text still there.
+        """
         self.click(ACTIVITY_LOG)
         self.desktop.press("alt+a")
         self.desktop.press("alt+c")

@@ -137,7 +137,7 @@ class Mac:
 
     @property
     def opened_pages(self):
-        """What was handed to the user's browser, a line each."""
+        """What was handed to the user's browser, in order."""
         return read_lines(self.home / "Library/Logs/open.log")
 
     @property

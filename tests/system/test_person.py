@@ -1,4 +1,4 @@
-"""A person's road through the installer, by mouse and keyboard."""
+"""What a person does with the installer, by mouse and keyboard, and what comes of it."""
 
 import shutil
 

@@ -1,4 +1,4 @@
-"""The same road in roots of every shape that changes its end."""
+"""Installations in Mac-shaped roots that differ in what decides how an installation ends."""
 
 import shutil
 

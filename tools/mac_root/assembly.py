@@ -283,7 +283,7 @@ def copy(source, destination):
 
 
 def remove(path):
-    """Removes a file, a link or a tree, also one whose folders forbid it; nothing there is fine."""
+    """Removes a file, a link or a tree, even one whose folders forbid it; it need not be there."""
     if path.is_dir() and not path.is_symlink():
         path.chmod(0o700)
         for folder, subfolders, _ in os.walk(path):
@@ -296,7 +296,7 @@ def remove(path):
 
 
 def give(root, options, user, group):
-    """Makes the user own what the user may change. Only root can, and only for root it is needed."""
+    """Makes the user own what the user may change. Only root can do that, and only root needs to."""
     if os.geteuid() != 0:
         return
     for changeable in changeable_folders(options):

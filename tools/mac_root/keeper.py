@@ -1,4 +1,4 @@
-"""Work that is cleaned up after, whatever ends it."""
+"""Runs work so that what it leaves behind is cleaned up, whatever ends it."""
 
 import ctypes
 import os

@@ -1,7 +1,7 @@
-"""Takes system calls away that Debian 12's proot does not know.
+"""Withholds system calls that Debian 12's proot does not know.
 
-proot passes a call that it does not know on with the path untouched, which then leads to the host instead of the root.
-A C library that is told that there is no such call uses the older one, which proot does know.
+proot leaves the path in such a call as it is, so that it leads to the host instead of the root. When the kernel answers
+ENOSYS, the C library falls back on the older call, which proot does know.
 """
 
 import ctypes
