@@ -50,31 +50,33 @@ def dictionary(**values):
 
 def class_names(name):
     """The class and those that it inherits from."""
-    return [name, *class_names(SUPERCLASSES.get(name, "NSObject"))] if name != "NSObject" else [name]
+    return [name] if name == "NSObject" else [name, *class_names(SUPERCLASSES.get(name, "NSObject"))]
 
 
-def keyed_archive(**top):
+def keyed_archive(top):
     """The archive as a binary property list: the same bytes for the same objects."""
     objects, places = ["$null"], {}
 
-    def place_of(identity, value, fill=lambda entry: None):
+    def place(identity, value):
         if identity not in places:
             places[identity] = plistlib.UID(len(objects))
             objects.append(value)
-            fill(value)
         return places[identity]
 
     def reference(value):
         if value is None:
             return plistlib.UID(0)
-        if isinstance(value, Node):
-            return place_of(id(value), {}, lambda entry: write(value, entry))
-        return place_of((type(value), value), value)
-
-    def write(node, entry):
-        entry.update({key: encoded(key, value) for key, value in node.items()})
-        names = class_names(node.class_name)
-        entry["$class"] = place_of(("class", node.class_name), {"$classname": names[0], "$classes": names})
+        if not isinstance(value, Node):
+            return place((type(value), value), value)
+        if id(value) in places:
+            return places[id(value)]
+        entry = {}
+        uid = place(id(value), entry)  # before its values, which may lead back to it
+        for key, item in value.items():
+            entry[key] = encoded(key, item)
+        names = class_names(value.class_name)
+        entry["$class"] = place(("class", names[0]), {"$classname": names[0], "$classes": names})
+        return uid
 
     def encoded(key, value):
         if isinstance(value, list):

@@ -11,7 +11,7 @@ TEXT_CELL, IMAGE_CELL = 0x4000000, 0x8000000
 NOT_WRAPPING, SCROLLABLE = 0x40, 0x100000
 ENDS_EDITING, REFUSES_FIRST_RESPONDER = 0x400000, 0x2000000
 
-# A plain button draws a cell's own image; these draw AppKit's, in two states.
+# With the name of the image of AppKit's that such a button draws its state with, if it does.
 BUTTON_TYPES = {"check": "NSSwitch", "radio": "NSRadioButton",
                 **dict.fromkeys(["push", "square", "bevel", "smallSquare", "help", "roundRect"])}
 DRAWS_IMAGE_SOURCE = 0x100
@@ -25,7 +25,7 @@ BEZEL_STYLES = {None: 0, "rounded": 1, "regularSquare": 2, "shadowlessSquare": 6
                 "helpButton": 0x21}
 BUTTON_IMAGE_SCALINGS = {None: 0, "proportionallyUpOrDown": 0x40, "proportionallyDown": 0x80,
                          "axesIndependently": 0xC0}
-INSET_SHIFT = 13
+INSETS = {None: 0, "1": 0x2000, "2": 0x4000, "3": 0x6000}
 # How long a continuous button waits, and how long between two actions, in milliseconds.
 PERIODIC_DELAY, PERIODIC_INTERVAL = 400, 75
 
@@ -63,7 +63,7 @@ def button(element, superview, nib):
     cell = text_cell(part, "NSButtonCell", node, nib)
     flags = part.child("behavior", "behavior").bits(BEHAVIORS)
     flags |= part.choice("imagePosition", IMAGE_POSITIONS) | part.choice("borderStyle", BORDER_STYLES)
-    flags |= part.number("inset", "0") << INSET_SHIFT
+    flags |= part.choice("inset", INSETS)
     source = part.choice("type", BUTTON_TYPES)
     if source:
         flags |= DRAWS_IMAGE_SOURCE
@@ -82,7 +82,7 @@ def text_field(element, superview, nib):
     node["NSTextFieldAlignmentRectInsetsVersion"] = 2
     part = element.child("textFieldCell", "cell")
     for name in ("editable", "selectable"):
-        part.choice(name, {"NO": None, None: None})
+        part.expect(name, "NO", None)
     cell = text_cell(part, "NSTextFieldCell", node, nib)
     cell.update(NSTextColor=color(part.child("color", "textColor")),
                 NSBackgroundColor=color(part.child("color", "backgroundColor")))

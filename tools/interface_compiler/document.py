@@ -47,8 +47,9 @@ class Element:
         self.line = line
         self.text = ""
         self.children = []
-        self.unread = {"attributes": set(attributes), "text": True}
-        self.known = False  # whether the element above has asked for this one
+        self.unread = set(attributes)
+        self.known = False  # whether anybody has asked for the element
+        self.text_known = False
 
     def __str__(self):
         names = "".join(f' {name}="{self.attributes[name]}"' for name in ("id", "key") if name in self.attributes)
@@ -57,10 +58,13 @@ class Element:
     def refusal(self, reason):
         return Refusal(self.line, f"{self}: {reason}")
 
+    def unknown(self):
+        return self.refusal("this element is not known here")
+
     # Attributes
 
     def get(self, name, default=None):
-        self.unread["attributes"].discard(name)
+        self.unread.discard(name)
         return self.attributes.get(name, default)
 
     def choice(self, name, table):
@@ -71,6 +75,10 @@ class Element:
         if value is None:
             raise self.refusal(f'the attribute "{name}" is missing')
         raise self.refusal(f'{name}="{value}" is not known')
+
+    def expect(self, name, *values):
+        """Refuses any other value, None being that the attribute is absent."""
+        self.choice(name, dict.fromkeys(values))
 
     def required(self, name):
         if name not in self.attributes:
@@ -95,7 +103,7 @@ class Element:
         element = self.optional("string", name)
         if element is None:
             return self.get(name, "")
-        element.unread["text"] = False
+        element.text_known = True
         if not element.flag("base64-UTF8", False):
             return element.text
         digits = "".join(element.text.split())
@@ -121,28 +129,29 @@ class Element:
             raise self.refusal(f"it has no {name}")
         return element
 
-    def list(self, tag):
-        """All that stands in the element below of this tag, which may be absent."""
+    def all_in(self, tag):
+        """The elements that the one of this tag holds, if there is one."""
         container = self.optional(tag)
-        for element in container.children if container else ():
+        if container is None:
+            return []
+        for element in container.children:
             element.known = True
-        return container.children if container else []
+        return container.children
 
     def leave_out(self):
-        """Says that this element, with all in it, is for Interface Builder only."""
-        self.unread = {"attributes": set(), "text": False}
+        """The element, with all that is in it, is for Interface Builder only."""
+        self.known = self.text_known = True
+        self.unread.clear()
         for element in self.children:
-            element.known = True
             element.leave_out()
 
     def refuse_unread(self):
         """Everything has been built: what nobody has asked for until now is not known."""
-        for name in self.attributes:
-            if name in self.unread["attributes"]:
-                raise self.refusal(f'the attribute {name}="{self.attributes[name]}" is not known')
-        if self.unread["text"] and self.text.strip():
+        if not self.known:
+            raise self.unknown()
+        for name in sorted(self.unread):
+            raise self.refusal(f'the attribute {name}="{self.attributes[name]}" is not known')
+        if not self.text_known and self.text.strip():
             raise self.refusal(f'the text "{self.text.strip()}" is not known')
         for element in self.children:
-            if not element.known:
-                raise element.refusal("this element is not known here")
             element.refuse_unread()

@@ -22,9 +22,9 @@ def menu(element, parent, nib):
     name = element.choice("systemMenu", SYSTEM_MENUS)
     if name:
         node["NSName"] = name
-    for item in element.list("items"):
+    for item in element.all_in("items"):
         if item.tag != "menuItem":
-            raise item.refusal("this element is not known here")
+            raise item.unknown()
         items.append(menu_item(item, node, nib))
     return node
 

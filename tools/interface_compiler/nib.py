@@ -4,15 +4,29 @@ from interface_compiler import connections, controls, menus, scrolled_text, view
 from interface_compiler.archive import Node, array, keyed_archive, mutable_array
 from interface_compiler.document import parse
 
-TYPE, VERSION = "com.apple.InterfaceBuilder3.Cocoa.XIB", "3.0"
-FOR_INTERFACE_BUILDER = ("toolsVersion", "systemVersion", "propertyAccessControl")
+FORMAT = {"type": "com.apple.InterfaceBuilder3.Cocoa.XIB", "version": "3.0", "targetRuntime": "MacOSX.Cocoa"}
+FOR_INTERFACE_BUILDER = {"attributes": ["toolsVersion", "systemVersion", "propertyAccessControl"],
+                         "elements": ["dependencies", "resources"]}
+FILES_OWNER, APPLICATION = "-2", "-3"
 
 
 def custom_object(element, parent, nib):
-    return nib.add(element, Node("NSCustomObject", NSClassName=element.required("customClass")), parent)
+    """Also the placeholders of what is there before the nib is loaded."""
+    identifier = element.required("id")
+    if identifier == connections.FIRST_RESPONDER:
+        element.expect("customClass", "FirstResponder")
+        nib.claim(element)
+    elif identifier == APPLICATION:
+        element.expect("customClass", "NSObject")
+        nib.register(element, nib.application)
+    elif identifier == FILES_OWNER:
+        nib.owner["NSClassName"] = element.required("customClass")
+        nib.register(element, nib.owner)
+    else:
+        nib.add(element, Node("NSCustomObject", NSClassName=element.required("customClass")), parent)
 
 
-# To add a class of objects: a function that makes it from its element, and its line here.
+# To add a class: a function that makes the object from its element, and its line here.
 TOP_LEVEL = {
     "customObject": custom_object,
     "menu": menus.menu,
@@ -29,77 +43,35 @@ VIEWS = {
 
 
 class Nib:
-    FILES_OWNER, FIRST_RESPONDER, APPLICATION = "-2", "-1", "-3"
-
-    def __init__(self, root):
+    def __init__(self):
         self.owner = Node("NSCustomObject")
         self.application = Node("NSCustomObject", NSClassName="NSApplication")
-        self.lines = {}      # where each identifier is
-        self.objects = {}    # by identifier
-        self.parents = []    # pairs of an object and what it belongs to, in the order of the file
-        self.connections = []
+        self.parents = [(self.application, self.owner)]  # of each object, in the order of the file
+        self.objects = {}      # by identifier
+        self.lines = {}        # of all identifiers
+        self.connections = []  # pairs of an object and the element of a connection that starts there
+        self.connectors = []
         self.spoken = []
         self.visible_windows = []
 
-        for name in ("type", "version", "targetRuntime"):
-            root.choice(name, {{"type": TYPE, "version": VERSION, "targetRuntime": "MacOSX.Cocoa"}[name]: None})
-        for name in FOR_INTERFACE_BUILDER:
-            root.get(name)
-        for tag in ("dependencies", "resources"):
-            noted = root.optional(tag)
-            if noted:
-                noted.leave_out()
-        self.parents.append((self.application, self.owner))
-        root.child("objects")
-        for element in root.list("objects"):
-            if element.attributes.get("id", "").startswith("-"):
-                self.placeholder(element)
-            else:
-                self.build(TOP_LEVEL, element, self.owner)
-        if "NSClassName" not in self.owner:
-            raise root.refusal("it has no File's Owner")
-        self.connectors = connections.connectors(self.connections, self)
-        root.refuse_unread()
-
-    def placeholder(self, element):
-        """An object that is there before the nib is loaded."""
-        identifier = self.claim(element)
-        if element.tag != "customObject" or identifier not in (self.FILES_OWNER, self.FIRST_RESPONDER, self.APPLICATION):
-            raise element.refusal("only File's Owner, First Responder and the application have such an identifier")
-        if identifier == self.FIRST_RESPONDER:
-            element.choice("customClass", {"FirstResponder": None})
-            return
-        if identifier == self.FILES_OWNER:
-            self.owner["NSClassName"] = element.required("customClass")
-        else:
-            element.choice("customClass", {"NSObject": None})
-        self.register(element, self.owner if identifier == self.FILES_OWNER else self.application)
-
     def build(self, table, element, parent):
         if element.tag not in table:
-            raise element.refusal("this element is not known here")
+            raise element.unknown()
         return table[element.tag](element, parent, self)
 
     def build_view(self, element, parent):
         return self.build(VIEWS, element, parent)
 
-    def claim(self, element):
-        identifier = element.required("id")
-        element.get("userLabel")  # Interface Builder shows it; the nib does not hold it
-        if identifier in self.lines:
-            raise element.refusal(f"this identifier is used in line {self.lines[identifier]} already")
-        self.lines[identifier] = element.line
-        return identifier
-
     def add(self, element, node, parent):
-        self.claim(element)
         self.parents.append((node, parent))
         return self.register(element, node)
 
     def register(self, element, node):
         """Notes an object and its connections, which are made when all objects are known."""
-        self.objects[element.attributes["id"]] = node
-        for connection in element.list("connections"):
+        self.objects[self.claim(element)] = node
+        for connection in element.all_in("connections"):
+            if connection.tag not in connections.KINDS:
+                raise connection.unknown()
             self.claim(connection)
             self.connections.append((node, connection))
         spoken = element.optional("accessibility")
@@ -107,17 +79,30 @@ class Nib:
             self.spoken.append(connections.spoken_description(spoken, node))
         return node
 
-    def object_named_by(self, element, name):
-        identifier = element.required(name)
+    def claim(self, element):
+        """The element's identifier, which no other has. The label that goes with it is not in the nib."""
+        identifier = element.required("id")
+        element.get("userLabel")
+        if identifier in self.lines:
+            raise element.refusal(f"this identifier is that of line {self.lines[identifier]} already")
+        self.lines[identifier] = element.line
+        return identifier
+
+    def end(self, connection, name):
+        """The object at the end that the attribute of this name tells."""
+        identifier = connection.required(name)
         if identifier not in self.objects:
-            raise element.refusal(f'{name}="{identifier}" is no object of this file')
+            raise connection.refusal(f'{name}="{identifier}" is no object of this file')
         return self.objects[identifier]
+
+    def connect(self):
+        self.connectors = connections.connectors(self.connections, self)
 
     def archive(self):
         objects = [node for node, _ in self.parents]
         numbered = [self.owner, *objects, *self.connectors]
         end = len(numbered) + 1
-        return keyed_archive(**{"IB.systemFontUpdateVersion": 1, "IB.objectdata": Node(
+        return keyed_archive({"IB.systemFontUpdateVersion": 1, "IB.objectdata": Node(
             "NSIBObjectData",
             NSRoot=self.owner,
             NSConnections=mutable_array(self.connectors),
@@ -133,4 +118,23 @@ class Nib:
 
 def compile_interface(content):
     """The nib's bytes for an interface file's."""
-    return Nib(parse(content)).archive()
+    root = parse(content)
+    root.known = True
+    for name, value in FORMAT.items():
+        root.expect(name, value)
+    for name in FOR_INTERFACE_BUILDER["attributes"]:
+        root.get(name)
+    for tag in FOR_INTERFACE_BUILDER["elements"]:
+        element = root.optional(tag)
+        if element:
+            element.leave_out()
+
+    nib = Nib()
+    root.child("objects")
+    for element in root.all_in("objects"):
+        nib.build(TOP_LEVEL, element, nib.owner)
+    if FILES_OWNER not in nib.objects:
+        raise root.refusal("it has no File's Owner")
+    nib.connect()
+    root.refuse_unread()
+    return nib.archive()

@@ -25,7 +25,7 @@ ARROW, POINTING_HAND = 0, 13
 def scroll_view(element, superview, nib):
     node = view(element, "NSScrollView", superview, nib)
     for name in ("horizontalLineScroll", "horizontalPageScroll", "verticalLineScroll", "verticalPageScroll"):
-        element.choice(name, {"10": None, None: None})
+        element.expect(name, "10", None)
     flags = 0x20800 | element.choice("borderType", BORDER_TYPES)
     flags |= 0x10 * element.flag("hasVerticalScroller", True) | 0x20 * element.flag("hasHorizontalScroller", True)
     flags |= 0x200 * element.flag("autohidesScrollers", False)

@@ -82,8 +82,8 @@ def font(element):
 def color(element):
     space = element.choice("colorSpace", {"catalog": CATALOG_SPACE, "calibratedWhite": WHITE_SPACE})
     if space == CATALOG_SPACE:
-        element.choice("catalog", {"System": None})
+        element.expect("catalog", "System")
         element.choice("name", SYSTEM_COLORS)
         return system_color(element.attributes["name"])
-    element.choice("alpha", {"1": None})
+    element.expect("alpha", "1")
     return white(str(element.number("white")))

@@ -16,7 +16,7 @@ def window(element, parent, nib):
     position = element.child("windowPositionMask", "initialPositionMask")
     if position.bits(STRUTS) != sum(STRUTS.values()):
         raise position.refusal("only all four struts together are known")
-    element.choice("animationBehavior", {"default": None, None: None})
+    element.expect("animationBehavior", "default", None)
     flags = 0x780000
     flags |= 0x800 * element.flag("autorecalculatesKeyViewLoop", True)
     flags |= 0x2000 * element.flag("allowsToolTipsWhenApplicationIsInactive", True)
@@ -31,13 +31,13 @@ def window(element, parent, nib):
         NSWindowIsRestorable=element.flag("restorable", True)), parent)
     if element.flag("visibleAtLaunch", True):
         nib.visible_windows.append(node)
-    node["NSWindowView"] = view(element.child("view", "contentView"), "NSView", node, nib, superview=None)
+    node["NSWindowView"] = view(element.child("view", "contentView"), "NSView", node, nib, is_content=True)
     return node
 
 
-def view(element, class_name, parent, nib, **above):
-    """A view of any class, with its subviews. Its superview is its parent, unless another is given."""
-    superview = above.get("superview", parent)
+def view(element, class_name, parent, nib, is_content=False):
+    """A view of any class, with its subviews. The parent of a window's content is no view."""
+    superview = None if is_content else parent
     flags = 0x100 | 0x80000000 * element.flag("hidden", False)
     autoresizing = element.optional("autoresizingMask", "autoresizingMask")
     if autoresizing:
@@ -50,7 +50,7 @@ def view(element, class_name, parent, nib, **above):
         node["NSFrameSize"] = size(frame)
     else:
         node["NSFrame"] = rectangle(frame)
-    subviews = [nib.build_view(subview, node) for subview in element.list("subviews")]
+    subviews = [nib.build_view(subview, node) for subview in element.all_in("subviews")]
     if subviews:
         node["NSSubviews"] = mutable_array(subviews)
     return node
