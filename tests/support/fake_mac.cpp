@@ -54,12 +54,6 @@ bool isUTF8(const std::string &bytes) {
   return expected == 0;
 }
 
-std::string number(double value) {
-  std::ostringstream text;
-  text << value;
-  return text.str();
-}
-
 std::string name(Control control) {
   switch (control) {
     case Control::andText:
@@ -452,12 +446,11 @@ void FakeDelegate::setIsRMMLaunch() {
 }
 
 void FakeDelegate::setInstallButtonTitle(const std::string &text, const std::optional<Color> &color) {
+  std::ostringstream act;
+  act << "installButtonTitle = " << text;
+  if (color) act << " (" << color->red << " " << color->green << " " << color->blue << " " << color->alpha << ")";
+  record(act.str());
   title = text;
-  if (color) {
-    title = text + " (" + number(color->red) + " " + number(color->green) + " " + number(color->blue) + " " +
-            number(color->alpha) + ")";
-  }
-  record("installButtonTitle = " + *title);
 }
 
 int FakeDelegate::termsCheckBoxState() { return boxState; }

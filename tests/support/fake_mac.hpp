@@ -334,7 +334,6 @@ class FakeDelegate final : public Delegate, Recording {
   std::shared_ptr<Data> externalAuthorization;
   bool installed = false;
   bool managedLaunch = false;
-  /// The text, and behind it the colour if there is one.
   std::optional<std::string> title;
   int boxState = 0;
   std::set<std::string> hidden;

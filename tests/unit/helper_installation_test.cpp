@@ -132,7 +132,7 @@ TEST_F(HelperInstallation, ASuccessfulReplyLeavesOneLineAndThenShowsTheInstalled
   EXPECT_FALSE(mac_.delegate->installed) << "the reply comes on another thread";
   EXPECT_EQ(log(), "success\n");
   EXPECT_TRUE(mac_.delegate->installed);
-  EXPECT_EQ(mac_.delegate->title, "Launch Quillmark (0.2 0.8 0.2 1)");
+  EXPECT_EQ(mac_.delegate->title, "Launch Quillmark");
 }
 
 TEST_F(HelperInstallation, AFailedReplyLeavesOnlyItsErrorLineAndTheWindowUnchanged) {
