@@ -499,6 +499,10 @@ class Refusals(unittest.TestCase):
                 (LABEL, "<textFieldCell ", '<textFieldCell editable="YES" ', 'editable="YES" is not known'),
                 (IMAGE, ' image="NSApplicationIcon"', "", '"image" is missing'),
                 (SCROLL, TEXT, "", "it does not hold one view"),
+                (SCROLL, "</scrollView>", f"<subviews>{LABEL}</subviews></scrollView>",
+                 "<subviews>: this element is not known here"),
+                (BUTTON, "</button>", "<connections/><connections/></button>",
+                 "<connections>: this element is not known here"),
                 (SCROLL, 'key="minSize" width="80"', 'key="minSize" width="1e3"', 'width="1e3" is no number')]:
             with self.subTest(reason), self.assertRaisesRegex(Refusal, re.escape(reason)):
                 in_window(replaced(text, old, new))
