@@ -155,17 +155,19 @@ class Strictness(unittest.TestCase):
 
 
 class Command(ScratchFolder):
-    def compile(self, interface, nib, *more, **environment):
-        return subprocess.run([COMMAND, interface, nib, *more], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              text=True, timeout=60, env={**os.environ, **environment})
+    def compile(self, interface, nib, shell=":", **environment):
+        """The outcome in a shell that was given this command first."""
+        return subprocess.run(["bash", "-c", f'{shell}; exec "$0" "$@"', COMMAND, interface, nib],
+                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=60,
+                              env={**os.environ, **environment})
 
-    def assert_refused(self, interface, *reasons, nib=None):
+    def assert_refused(self, interface, *reasons, nib=None, shell=":"):
         """And what was there before is there still, and nothing else."""
         folder = self.scratch / "out"
         folder.mkdir(exist_ok=True)
         before = folder / "MainMenu.nib"
         before.write_bytes(b"before")
-        outcome = self.compile(interface, nib or before)
+        outcome = self.compile(interface, nib or before, shell)
         self.assertEqual(outcome.returncode, 1, outcome.stdout)
         self.assertTrue(outcome.stdout.startswith("compile-interface: "), outcome.stdout)
         self.assertEqual(len(outcome.stdout.splitlines()), 1, outcome.stdout)
@@ -189,7 +191,7 @@ class Command(ScratchFolder):
     def test_the_nib_takes_the_place_of_an_older_one_and_anybody_may_read_it(self):
         nib = self.scratch / "out.nib"
         nib.write_bytes(b"before")
-        self.assertEqual(subprocess.run(f"umask 022; '{COMMAND}' '{INTERFACE}' '{nib}'", shell=True).returncode, 0)
+        self.assertEqual(self.compile(INTERFACE, nib, "umask 022").returncode, 0)
         self.assertEqual(nib.read_bytes(), compile_interface(INTERFACE.read_bytes()))
         self.assertEqual(nib.stat().st_mode & 0o777, 0o644)
 
@@ -214,9 +216,13 @@ class Command(ScratchFolder):
                 self.assert_refused(self.written(given), f"{self.scratch}/Given.xib:", reason)
 
     def test_a_place_where_nothing_can_be_written(self):
-        self.assert_refused(INTERFACE, "No such file or directory", nib=self.scratch / "missing/MainMenu.nib")
+        self.assert_refused(INTERFACE, "missing/MainMenu.nib: No such file or directory",
+                            nib=self.scratch / "missing/MainMenu.nib")
         (self.scratch / "folder.nib").mkdir()
-        self.assert_refused(INTERFACE, "Is a directory", nib=self.scratch / "folder.nib")
+        self.assert_refused(INTERFACE, "folder.nib: Is a directory", nib=self.scratch / "folder.nib")
+
+    def test_a_nib_that_cannot_be_written_to_its_end(self):
+        self.assert_refused(INTERFACE, "MainMenu.nib: File too large", shell="ulimit -f 4")
 
     def test_a_wrong_command_line_is_told_how_it_should_be(self):
         for arguments in ([], [INTERFACE], [INTERFACE, "a.nib", "b.nib"], ["--fast", INTERFACE, "a.nib"]):

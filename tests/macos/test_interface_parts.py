@@ -38,16 +38,16 @@ FRAME = '<rect key="frame" x="1" y="2" width="3" height="4"/>'
 MASK = '<autoresizingMask key="autoresizingMask"/>'
 FONT = '<font key="font" metaFont="system"/>'
 LABEL = f"""<textField id="label">{FRAME}{MASK}
-<textFieldCell key="cell" alignment="left" title="Text" id="cell">{FONT}
+<textFieldCell key="cell" alignment="left" title="Text" id="labelCell">{FONT}
 <color key="textColor" name="controlTextColor" catalog="System" colorSpace="catalog"/>
 <color key="backgroundColor" name="controlColor" catalog="System" colorSpace="catalog"/>
 </textFieldCell></textField>"""
 BUTTON = f"""<button id="button">{FRAME}{MASK}
-<buttonCell key="cell" type="push" alignment="left" id="cell">
+<buttonCell key="cell" type="push" alignment="left" id="buttonCell">
 <behavior key="behavior"/>{FONT}
 </buttonCell></button>"""
 IMAGE = f"""<imageView id="image">{FRAME}{MASK}
-<imageCell key="cell" alignment="left" imageScaling="proportionallyDown" image="NSApplicationIcon" id="cell"/>
+<imageCell key="cell" alignment="left" imageScaling="proportionallyDown" image="NSApplicationIcon" id="imageCell"/>
 </imageView>"""
 WHITE = '<color key="{}" white="1" alpha="1" colorSpace="calibratedWhite"/>'
 TEXT = f"""<textView selectable="NO" editable="NO" importsGraphics="NO" richText="NO" drawsBackground="NO" id="text">
@@ -215,6 +215,88 @@ class Flags(unittest.TestCase):
         self.assert_bits(MENU.format(ITEM), "NSMenuItem", "NSKeyEquivModMask", {
             'shift="YES"': 0x20000, 'control="YES"': 0x40000, 'option="YES"': 0x80000, 'command="YES"': 0x100000,
             'option="YES" command="YES"': 0x180000}, '<modifierMask key="keyEquivalentModifierMask"', compiled)
+
+
+class Keys(unittest.TestCase):
+    """What all nibs have for a class that Apple's tools made, and no more."""
+
+    VIEW = {"NSvFlags", "NSNextResponder", "NSSuperview", "NSFrame"}
+    CONTROL = VIEW | {"NSEnabled", "NSCell", "NSAllowsLogicalLayoutDirection"}
+    CELL = {"NSCellFlags", "NSCellFlags2", "NSContents", "NSControlView"}
+    KEYS = {
+        "NSIBObjectData": {
+            "NSRoot", "NSConnections", "NSVisibleWindows", "NSObjectsKeys", "NSObjectsValues", "NSOidsKeys",
+            "NSOidsValues", "NSAccessibilityConnectors", "NSAccessibilityOidsKeys", "NSAccessibilityOidsValues"},
+        "NSWindowTemplate": {
+            "NSWindowStyleMask", "NSWindowBacking", "NSWTFlags", "NSWindowRect", "NSScreenRect", "NSWindowTitle",
+            "NSWindowClass", "NSViewClass", "NSUserInterfaceItemIdentifier", "NSWindowView", "NSMaxSize",
+            "NSMinFullScreenContentSize", "NSMaxFullScreenContentSize", "NSWindowIsRestorable"},
+        "NSTextField": CONTROL | {"NSTextFieldAlignmentRectInsetsVersion"},
+        "NSTextFieldCell": CELL | {"NSSupport", "NSTextColor", "NSBackgroundColor"},
+        "NSButton": CONTROL,
+        "NSButtonCell": CELL | {
+            "NSSupport", "NSButtonFlags", "NSButtonFlags2", "NSKeyEquivalent", "NSAlternateContents", "NSPeriodicDelay",
+            "NSPeriodicInterval"},
+        "NSImageView": CONTROL,
+        "NSImageCell": CELL | {"NSAlign", "NSScale", "NSStyle", "NSAnimates"},
+        "NSScrollView": VIEW | {
+            "NSsFlags", "NSContentView", "NSNextKeyView", "NSHScroller", "NSVScroller", "NSSubviews", "NSMagnification",
+            "NSMinMagnification", "NSMaxMagnification"},
+        "NSClipView": VIEW | {
+            "NSDocView", "NSNextKeyView", "NSSubviews", "NSAutomaticallyAdjustsContentInsets", "NScvFlags", "NSBGColor",
+            "NSCursor"},
+        "NSTextView": VIEW - {"NSFrame"} | {
+            "NSFrameSize", "NSTextContainer", "NSSharedData", "NSMaxSize", "NSTVFlags", "NSDelegate"},
+        "NSMenu": {"NSTitle", "NSMenuItems"},
+        "NSMenuItem": {"NSMenu", "NSTitle", "NSKeyEquiv", "NSMnemonicLoc", "NSOnImage", "NSMixedImage"},
+    }
+    FIXED = {
+        "NSWindowTemplate": {"NSWindowBacking": 2, "NSWindowClass": "NSWindow", "NSViewClass": None,
+                             "NSMaxSize": "{10000000000000, 10000000000000}"},
+        "NSTextField": {"NSTextFieldAlignmentRectInsetsVersion": 2, "NSAllowsLogicalLayoutDirection": False},
+        "NSButtonCell": {"NSAlternateContents": "", "NSPeriodicDelay": 400, "NSPeriodicInterval": 75},
+        "NSScrollView": {"NSMagnification": 1.0, "NSMinMagnification": 0.25, "NSMaxMagnification": 4.0},
+        "NSClipView": {"NScvFlags": 4, "NSAutomaticallyAdjustsContentInsets": True},
+        "NSMenuItem": {"NSMnemonicLoc": 0x7FFFFFFF},
+    }
+
+    @classmethod
+    def setUpClass(cls):
+        cls.nib = compiled(WINDOW.format(LABEL + BUTTON + IMAGE + SCROLL) + MENU.format(ITEM))
+
+    def one(self, class_name):
+        return self.nib.data if class_name == "NSIBObjectData" else self.nib.only(class_name)
+
+    def test_the_keys_of_each_class(self):
+        for class_name, keys in self.KEYS.items():
+            with self.subTest(class_name):
+                self.assertEqual(self.one(class_name).keys(), keys)
+
+    def test_the_values_that_are_the_same_in_every_object_of_a_class(self):
+        for class_name, values in self.FIXED.items():
+            with self.subTest(class_name):
+                found = self.one(class_name)
+                self.assertEqual({key: found[key] for key in values}, values)
+
+    def test_the_text_of_a_text_view(self):
+        view = self.one("NSTextView")
+        container = view["NSTextContainer"]
+        self.assertEqual((container["NSMinWidth"], container["NSTCFlags"]), (15.0, 1))
+        self.assertEqual(container["NSLayoutManager"]["NSLMFlags"], 102)
+        shared = view["NSSharedData"]
+        self.assertEqual((shared["NSMoreFlags"], shared["NSTextCheckingTypes"]), (1, 0))
+        for cursor, kind, hot_spot in [(self.one("NSClipView")["NSCursor"], 0, "{4, 4}"),
+                                       (shared["NSLinkAttributes"]["NSCursor"], 13, "{8, -8}")]:
+            self.assertEqual((cursor["NSCursorType"], cursor["NSHotSpot"]), (kind, hot_spot))
+
+    def test_the_images_of_a_menu_item(self):
+        item = self.one("NSMenuItem")
+        self.assertEqual([item[key]["NSResourceName"] for key in ("NSOnImage", "NSMixedImage")],
+                         ["NSMenuCheckmark", "NSMenuMixedState"])
+
+    def test_the_top_of_the_archive(self):
+        self.assertEqual(self.nib.top["IB.systemFontUpdateVersion"], 1)
+        self.assertEqual(set(self.nib.top), {"IB.objectdata", "IB.systemFontUpdateVersion"})
 
 
 class Values(unittest.TestCase):
@@ -417,6 +499,10 @@ class Refusals(unittest.TestCase):
                 (LABEL, "<textFieldCell ", '<textFieldCell editable="YES" ', 'editable="YES" is not known'),
                 (IMAGE, ' image="NSApplicationIcon"', "", '"image" is missing'),
                 (SCROLL, TEXT, "", "it does not hold one view"),
+                (SCROLL, "</scrollView>", f"<subviews>{LABEL}</subviews></scrollView>",
+                 "<subviews>: this element is not known here"),
+                (BUTTON, "</button>", "<connections/><connections/></button>",
+                 "<connections>: this element is not known here"),
                 (SCROLL, 'key="minSize" width="80"', 'key="minSize" width="1e3"', 'width="1e3" is no number')]:
             with self.subTest(reason), self.assertRaisesRegex(Refusal, re.escape(reason)):
                 in_window(replaced(text, old, new))

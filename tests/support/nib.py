@@ -27,6 +27,9 @@ class Archived:
     def __getitem__(self, key):
         return self.resolved(self.objects[self.place][key])
 
+    def keys(self):
+        return self.objects[self.place].keys() - {"$class"}
+
     def get(self, key, default=None):
         return self[key] if key in self else default
 

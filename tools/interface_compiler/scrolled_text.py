@@ -2,7 +2,7 @@
 
 from interface_compiler.archive import Node, dictionary, mutable_array
 from interface_compiler.values import color, cursor, size, system_color
-from interface_compiler.views import AUTORESIZING, view
+from interface_compiler.views import AUTORESIZING, add_subviews, view
 
 BORDER_TYPES = {"none": 0, "line": 1, None: 2, "groove": 3}
 # Each with its bit and with what it is where the file does not say.
@@ -41,7 +41,7 @@ def scroll_view(element, superview, nib):
 
 
 def clip_view(element, superview, nib):
-    node = view(element, "NSClipView", superview, nib)
+    node = add_subviews(element, view(element, "NSClipView", superview, nib), nib)
     subviews = node["NSSubviews"]["NS.objects"] if "NSSubviews" in node else []
     if len(subviews) != 1:
         raise element.refusal("it does not hold one view, which it would show a part of")

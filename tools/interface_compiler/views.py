@@ -31,12 +31,13 @@ def window(element, parent, nib):
         NSWindowIsRestorable=element.flag("restorable", True)), parent)
     if element.flag("visibleAtLaunch", True):
         nib.visible_windows.append(node)
-    node["NSWindowView"] = view(element.child("view", "contentView"), "NSView", node, nib, is_content=True)
+    content = element.child("view", "contentView")
+    node["NSWindowView"] = add_subviews(content, view(content, "NSView", node, nib, is_content=True), nib)
     return node
 
 
 def view(element, class_name, parent, nib, is_content=False):
-    """A view of any class, with its subviews. The parent of a window's content is no view."""
+    """What a view of any class has. The parent of a window's content is no view."""
     superview = None if is_content else parent
     flags = 0x100 | 0x80000000 * element.flag("hidden", False)
     autoresizing = element.optional("autoresizingMask", "autoresizingMask")
@@ -50,6 +51,10 @@ def view(element, class_name, parent, nib, is_content=False):
         node["NSFrameSize"] = size(frame)
     else:
         node["NSFrame"] = rectangle(frame)
+    return node
+
+
+def add_subviews(element, node, nib):
     subviews = [nib.build_view(subview, node) for subview in element.all_in("subviews")]
     if subviews:
         node["NSSubviews"] = mutable_array(subviews)
@@ -57,4 +62,4 @@ def view(element, class_name, parent, nib, is_content=False):
 
 
 def plain_view(element, parent, nib):
-    return view(element, "NSView", parent, nib)
+    return add_subviews(element, view(element, "NSView", parent, nib), nib)
