@@ -147,12 +147,21 @@ class Reproduction(ScratchFolder):
                 shutil.copytree(product.REPOSITORY / source, copy / source, symlinks=True)
             else:
                 shutil.copy2(product.REPOSITORY / source, copy / source)
-        built = run([copy / "tools/build-macos"], env={**os.environ, "QUILLMARK_DARWIN_HEADERS": str(HEADERS)})
+        built = run([copy / "tools/build-macos"], env={**os.environ, "QUILLMARK_DARWIN_HEADERS": str(HEADERS),
+                                                       **self.search_paths_of_this_machine()})
         self.assertEqual(built.returncode, 0, built.stdout)
         here, there = self.contents(product.REPOSITORY / "build/macos"), self.contents(copy / "build/macos")
         self.assertIn("Quillmark Installer.app/Contents/MacOS/Quillmark Installer", here)
         self.assertEqual(sorted(here), sorted(there))
         self.assertEqual([path for path in here if here[path] != there[path]], [])
+
+    def search_paths_of_this_machine(self):
+        """Variables by which a compiler and a linker find what has no place in the product."""
+        folder = self.scratch / "this machine's"
+        folder.mkdir()
+        (folder / "since.h").write_text("#error This is not the SDK's.\n")
+        (folder / "libobjc.tbd").write_text("This is not the SDK's.\n")
+        return {name: str(folder) for name in ("CPATH", "CPLUS_INCLUDE_PATH", "OBJCPLUS_INCLUDE_PATH", "LIBRARY_PATH")}
 
     def contents(self, folder):
         found = {}
