@@ -23,7 +23,7 @@ OLDER_COLOUR = "[NSColor colorWithSRGBRed:0 green:0 blue:0 alpha:1]"
 class Availability(ScratchFolder):
     """The probes are compiled with the options that the product's own sources are compiled with."""
 
-    def compile(self, architecture, text, like="cocoa_typography.mm"):
+    def compile(self, architecture, text, like="appkit.mm"):
         commands = json.loads((TREES[architecture] / "compile_commands.json").read_text())
         entry, = (entry for entry in commands if entry["file"].endswith(f"/{like}"))
         probe = self.scratch / f"probe{Path(like).suffix}"
