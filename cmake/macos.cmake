@@ -8,8 +8,9 @@ add_compile_options(
   -Wunguarded-availability
   # The calls are those that OS X 10.8 has, whatever has replaced them since.
   -Wno-deprecated-declarations)
-# The linker signs the slice for Apple silicon unasked, the other one only when told to.
-add_link_options(-Wl,-dead_strip -Wl,-x -Wl,-adhoc_codesign)
+# The linker signs the slice for Apple silicon unasked, because nothing unsigned runs there. The Intel slice stays
+# unsigned until the bundle is signed: the linker's signature would have SHA-256 alone, and OS X 10.8 knows SHA-1 only.
+add_link_options(-Wl,-dead_strip -Wl,-x)
 
 # CMAKE_OSX_DEPLOYMENT_TARGET is one for all slices, and the first macOS for Apple silicon is 11.0.
 if(NOT CMAKE_CROSSCOMPILING AND "arm64" IN_LIST CMAKE_OSX_ARCHITECTURES)

@@ -5,13 +5,12 @@ import os
 import re
 import shlex
 import shutil
-import subprocess
 from pathlib import Path
 
-from support import macho, product
+from support import linking, macho, product
 from support.copies import ScratchFolder
+from support.linking import TREES, run
 
-TREES = {architecture: product.REPOSITORY / f"build/macos-{architecture}" for architecture in ("x86_64", "arm64")}
 HEADERS = product.REPOSITORY / "build/darwin-headers"
 # What a build reads of the sources; a copy of these must build to the same bytes.
 SOURCES = ["CMakeLists.txt", "CMakePresets.json", "cmake", "resources", "src", "tools"]
@@ -21,14 +20,10 @@ NEWER_COLOUR = "[NSColor colorWithRed:0 green:0 blue:0 alpha:1]"
 OLDER_COLOUR = "[NSColor colorWithSRGBRed:0 green:0 blue:0 alpha:1]"
 
 
-def run(command, **options):
-    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=500, **options)
-
-
 class Availability(ScratchFolder):
     """The probes are compiled with the options that the product's own sources are compiled with."""
 
-    def compile(self, architecture, text, like="cocoa_typography.mm"):
+    def compile(self, architecture, text, like="appkit.mm"):
         commands = json.loads((TREES[architecture] / "compile_commands.json").read_text())
         entry, = (entry for entry in commands if entry["file"].endswith(f"/{like}"))
         probe = self.scratch / f"probe{Path(like).suffix}"
@@ -76,14 +71,8 @@ class Availability(ScratchFolder):
 
 
 class Linking(ScratchFolder):
-    def link(self, architecture, *arguments):
-        """Links the product again, to a file of its own, with the arguments added."""
-        listed = run(["ninja", "-C", TREES[architecture], "-t", "commands", "src/Quillmark Installer"]).stdout
-        command = listed.rstrip().splitlines()[-1].removeprefix(": && ").removesuffix(" && :")
-        target = self.scratch / "linked"
-        words = [str(target) if word == "src/Quillmark Installer" else word for word in shlex.split(command)]
-        self.assertIn(str(target), words)
-        return run([*words, *arguments], cwd=TREES[architecture]), target
+    def link(self, architecture, *arguments, name="linked"):
+        return linking.link(architecture, self.scratch / name, *arguments), self.scratch / name
 
     def probe(self, architecture, text):
         source, compiled = self.scratch / "probe.cpp", self.scratch / "probe.o"
@@ -109,17 +98,18 @@ class Linking(ScratchFolder):
     def test_pointers_and_methods_are_read_the_same_in_both_ways_of_writing_them(self):
         outcome, plain = self.link("arm64")
         self.assertEqual(outcome.returncode, 0, outcome.stdout)
-        one = macho.Slice(plain.read_bytes())
-        outcome, other = self.link("arm64", "-Wl,-fixup_chains", "-Wl,-objc_relative_method_lists")
+        one = macho.slices(plain)["arm64"]
+        outcome, other = self.link("arm64", "-Wl,-fixup_chains", "-Wl,-objc_relative_method_lists", name="other")
         self.assertEqual(outcome.returncode, 0, outcome.stdout)
-        another = macho.Slice(other.read_bytes())
-        self.assertNotEqual(one.content, another.content)
+        another = macho.slices(other)["arm64"]
+        self.assertNotEqual("__objc_methlist" in one.sections, "__objc_methlist" in another.sections)
         self.assertTrue(one.classes())
         self.assertEqual(one.classes(), another.classes())
         self.assertEqual(one.protocols(), another.protocols())
+        self.assertEqual({found.symbol for found in one.imports}, {found.symbol for found in another.imports})
 
     def test_no_framework_stub_names_a_symbol_in_vain(self):
-        imported = {symbol for one in product.slices().values() for symbol in one.imports}
+        imported = {found.symbol for one in product.slices().values() for found in one.imports}
         # The metaclasses come with their classes.
         named = {symbol for symbol in product.stub_symbols(product.SDK / "System")
                  if not symbol.startswith("_OBJC_METACLASS_")}
@@ -147,12 +137,21 @@ class Reproduction(ScratchFolder):
                 shutil.copytree(product.REPOSITORY / source, copy / source, symlinks=True)
             else:
                 shutil.copy2(product.REPOSITORY / source, copy / source)
-        built = run([copy / "tools/build-macos"], env={**os.environ, "QUILLMARK_DARWIN_HEADERS": str(HEADERS)})
+        built = run([copy / "tools/build-macos"], env={**os.environ, "QUILLMARK_DARWIN_HEADERS": str(HEADERS),
+                                                       **self.search_paths_of_this_machine()})
         self.assertEqual(built.returncode, 0, built.stdout)
         here, there = self.contents(product.REPOSITORY / "build/macos"), self.contents(copy / "build/macos")
         self.assertIn("Quillmark Installer.app/Contents/MacOS/Quillmark Installer", here)
         self.assertEqual(sorted(here), sorted(there))
         self.assertEqual([path for path in here if here[path] != there[path]], [])
+
+    def search_paths_of_this_machine(self):
+        """Variables by which a compiler and a linker find what has no place in the product."""
+        folder = self.scratch / "this machine's"
+        folder.mkdir()
+        (folder / "since.h").write_text("#error This is not the SDK's.\n")
+        (folder / "libobjc.tbd").write_text("This is not the SDK's.\n")
+        return {name: str(folder) for name in ("CPATH", "CPLUS_INCLUDE_PATH", "OBJCPLUS_INCLUDE_PATH", "LIBRARY_PATH")}
 
     def contents(self, folder):
         found = {}

@@ -6,7 +6,10 @@ from support import product
 
 AUTHORIZATION = "^{AuthorizationOpaqueRef=}"
 
-# Name and type of each variable of AppDelegate, in order. BOOL is a char on Intel and a bool on Apple silicon.
+# A char, and a bool.
+BOOL = {"x86_64": "c", "arm64": "B"}
+
+# Name and type of each variable of AppDelegate, in order.
 VARIABLES = [
     ("_authRef", AUTHORIZATION),
     ("didInstall", "BOOL"),
@@ -101,75 +104,54 @@ def setter(name):
     return f"set{name[0].upper()}{name[1:]}:"
 
 
-def pairs(methods):
-    return [(method.name, method.types) for method in methods]
+def typed(expected, one):
+    """The expected names and types, with BOOL as it is in the slice."""
+    return [(name, text.replace("BOOL", BOOL[one.architecture])) for name, text in expected]
 
 
 class Classes(unittest.TestCase):
     maxDiff = None
 
-    def each(self, check):
-        """Calls the check with each slice and with a function that says BOOL as that slice does."""
-        for architecture, one in product.slices().items():
-            bool_type = {"x86_64": "c", "arm64": "B"}[architecture]
-            with self.subTest(architecture):
-                check(one, lambda expected: [(name, text.replace("BOOL", bool_type)) for name, text in expected])
+    @product.for_each_slice
+    def test_the_executable_defines_these_classes_and_no_others(self, one):
+        self.assertEqual(sorted(one.classes()), ["AppDelegate", "Common"])
 
-    def test_the_executable_defines_these_classes_and_no_others(self):
-        def check(one, _):
-            self.assertEqual(sorted(one.classes()), ["AppDelegate", "Common"])
+    @product.for_each_slice
+    def test_the_delegate_is_an_object_that_adopts_the_application_delegate(self, one):
+        delegate = one.classes()["AppDelegate"]
+        self.assertEqual(delegate.superclass, "NSObject")
+        self.assertEqual(delegate.adopted, ["NSApplicationDelegate"])
 
-        self.each(check)
+    @product.for_each_slice
+    def test_the_delegate_has_its_variables_in_order(self, one):
+        self.assertEqual(one.classes()["AppDelegate"].variables, typed(VARIABLES, one))
 
-    def test_the_delegate_is_an_object_that_adopts_the_application_delegate(self):
-        def check(one, _):
-            delegate = one.classes()["AppDelegate"]
-            self.assertEqual(delegate.superclass, "NSObject")
-            self.assertEqual(delegate.adopted, ["NSApplicationDelegate"])
+    @product.for_each_slice
+    def test_the_delegate_has_its_properties_in_order(self, one):
+        properties = one.classes()["AppDelegate"].properties
+        self.assertEqual(properties[:len(PROPERTIES)], typed(PROPERTIES, one))
+        self.assertIn([name for name, _ in properties[len(PROPERTIES):]], ([], INHERITED_PROPERTIES))
 
-        self.each(check)
-
-    def test_the_delegate_has_its_seventeen_variables_in_order(self):
-        def check(one, typed):
-            variables = [(variable.name, variable.type) for variable in one.classes()["AppDelegate"].variables]
-            self.assertEqual(variables, typed(VARIABLES))
-
-        self.each(check)
-
-    def test_the_delegate_has_its_sixteen_properties_in_order(self):
-        def check(one, typed):
-            properties = [(prop.name, prop.attributes) for prop in one.classes()["AppDelegate"].properties]
-            self.assertEqual(properties[:len(PROPERTIES)], typed(PROPERTIES))
-            self.assertIn([name for name, _ in properties[len(PROPERTIES):]], ([], INHERITED_PROPERTIES))
-
-        self.each(check)
-
-    def test_the_delegate_has_its_methods_in_the_declared_order(self):
+    @product.for_each_slice
+    def test_the_delegate_has_its_methods_in_the_declared_order(self, one):
         accessors = [accessor for name, _ in PROPERTIES for accessor in (name, setter(name))]
-        def check(one, typed):
-            methods = [method for method in pairs(one.classes()["AppDelegate"].instance_methods)
-                       if method[0] not in LIFETIME_METHODS]
-            self.assertEqual(methods[:len(METHODS)], typed(METHODS))
-            self.assertEqual(sorted(name for name, _ in methods[len(METHODS):]), sorted(accessors))
-            self.assertEqual(one.classes()["AppDelegate"].class_methods, [])
+        methods = [method for method in one.classes()["AppDelegate"].instance_methods
+                   if method[0] not in LIFETIME_METHODS]
+        self.assertEqual(methods[:len(METHODS)], typed(METHODS, one))
+        self.assertEqual(sorted(name for name, _ in methods[len(METHODS):]), sorted(accessors))
+        self.assertEqual(one.classes()["AppDelegate"].class_methods, [])
 
-        self.each(check)
+    @product.for_each_slice
+    def test_the_rights_catalogue_is_class_methods_only(self, one):
+        common = one.classes()["Common"]
+        self.assertEqual(common.class_methods, COMMON_METHODS)
+        self.assertEqual((common.instance_methods, common.variables, common.properties, common.adopted),
+                         ([], [], [], []))
+        self.assertEqual(common.superclass, "NSObject")
 
-    def test_the_rights_catalogue_is_class_methods_only(self):
-        def check(one, _):
-            common = one.classes()["Common"]
-            self.assertEqual(pairs(common.class_methods), COMMON_METHODS)
-            self.assertEqual((common.instance_methods, common.variables, common.properties, common.adopted),
-                             ([], [], [], []))
-            self.assertEqual(common.superclass, "NSObject")
-
-        self.each(check)
-
-    def test_the_helper_protocol_has_its_messages_in_order_with_the_classes_that_they_carry(self):
-        def check(one, _):
-            protocol = one.protocols().get("HelperToolProtocol")
-            self.assertIsNotNone(protocol, "the executable does not describe HelperToolProtocol")
-            self.assertEqual(pairs(protocol.methods), HELPER_MESSAGES)
-            self.assertEqual((protocol.others, protocol.properties, protocol.adopted), ([], [], []))
-
-        self.each(check)
+    @product.for_each_slice
+    def test_the_helper_protocol_has_its_messages_in_order_with_the_classes_that_they_carry(self, one):
+        protocol = one.protocols().get("HelperToolProtocol")
+        self.assertIsNotNone(protocol, "the executable does not describe HelperToolProtocol")
+        self.assertEqual(protocol.methods, HELPER_MESSAGES)
+        self.assertEqual((protocol.others, protocol.properties, protocol.adopted), ([], [], []))

@@ -3,6 +3,7 @@
 import functools
 import os
 import re
+from dataclasses import dataclass
 from pathlib import Path
 
 from support import REPOSITORY, macho
@@ -20,7 +21,17 @@ MINIMUM_MACOS = {"x86_64": "10.8", "arm64": "11.0"}
 
 @functools.cache
 def slices():
-    return macho.slices(EXECUTABLE.read_bytes())
+    return macho.slices(EXECUTABLE)
+
+
+def for_each_slice(check):
+    """Makes one test of a check of one slice."""
+    @functools.wraps(check)
+    def test(self):
+        for architecture, one in slices().items():
+            with self.subTest(architecture):
+                check(self, one)
+    return test
 
 
 def is_signed_bundle():
@@ -36,10 +47,17 @@ def comparable(version):
     return tuple(int(number) for number in version.split("."))
 
 
+@dataclass
+class StubSymbol:
+    library: str  # the stub's name without ".tbd"
+    since: str  # the macOS version that brought the symbol
+    is_weak: bool  # whether the loader may take the definition of any other image instead
+
+
 def stub_symbols(folder=SDK):
-    """Every symbol of the link stubs: its name as an executable imports it, to the macOS version that brought it."""
+    """What the link stubs say of each symbol, by its name as an executable imports it."""
     symbols = {}
-    prefixes = {"symbols": [""], "objc-classes": ["_OBJC_CLASS_$_", "_OBJC_METACLASS_$_"],
+    prefixes = {"symbols": [""], "weak-symbols": [""], "objc-classes": ["_OBJC_CLASS_$_", "_OBJC_METACLASS_$_"],
                 "objc-eh-types": ["_OBJC_EHTYPE_$_"]}
     for stub in sorted(folder.rglob("*.tbd")):
         kind = None
@@ -50,7 +68,7 @@ def stub_symbols(folder=SDK):
                 kind = heading[1]
             elif entry:
                 for prefix in prefixes[kind]:
-                    symbols[prefix + entry[1]] = entry[2]
+                    symbols[prefix + entry[1]] = StubSymbol(stub.stem, entry[2], kind == "weak-symbols")
             elif line.startswith("      "):
                 raise ValueError(f"{stub}: \"{line.strip()}\" names no version and source")
     if not symbols:

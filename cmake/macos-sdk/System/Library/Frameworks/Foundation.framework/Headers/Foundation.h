@@ -26,7 +26,7 @@ enum NSSearchPathDirectory : NSUInteger { NSApplicationDirectory = 1 };
 typedef NSUInteger NSSearchPathDomainMask;
 enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 
-extern NSString *const NSLocalizedDescriptionKey SINCE(10.0);
+extern NSString *const NSLocalizedDescriptionKey SINCE(10.2);
 extern NSString *const NSRangeException SINCE(10.0);
 
 void NSLog(NSString *format, ...) NS_FORMAT_FUNCTION(1, 2) SINCE(10.0);
@@ -45,7 +45,7 @@ SINCE(10.0)
 @interface NSString : NSObject
 + (id)stringWithFormat:(NSString *)format, ... NS_FORMAT_FUNCTION(1, 2) SINCE(10.0);
 - (id)initWithFormat:(NSString *)format arguments:(va_list)arguments NS_FORMAT_FUNCTION(1, 0) SINCE(10.0);
-- (id)initWithBytes:(const void *)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding SINCE(10.0);
+- (id)initWithBytes:(const void *)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding SINCE(10.3);
 - (id)initWithData:(NSData *)data encoding:(NSStringEncoding)encoding SINCE(10.0);
 - (NSData *)dataUsingEncoding:(NSStringEncoding)encoding SINCE(10.0);
 - (NSUInteger)length SINCE(10.0);
@@ -101,12 +101,12 @@ SINCE(10.0)
 - (void)appendAttributedString:(NSAttributedString *)string SINCE(10.0);
 @end
 
-SINCE(10.0)
+SINCE(10.2)
 @interface NSError : NSObject
-+ (id)errorWithDomain:(NSString *)domain code:(NSInteger)code userInfo:(NSDictionary *)info SINCE(10.0);
-- (NSString *)domain SINCE(10.0);
-- (NSInteger)code SINCE(10.0);
-- (NSString *)localizedDescription SINCE(10.0);
++ (id)errorWithDomain:(NSString *)domain code:(NSInteger)code userInfo:(NSDictionary *)info SINCE(10.2);
+- (NSString *)domain SINCE(10.2);
+- (NSInteger)code SINCE(10.2);
+- (NSString *)localizedDescription SINCE(10.2);
 @end
 
 SINCE(10.0)
