@@ -7,7 +7,7 @@ elseif(QUILLMARK_SLICE STREQUAL "arm64")
 else()
   message(FATAL_ERROR "QUILLMARK_SLICE must be x86_64 or arm64, not \"${QUILLMARK_SLICE}\"")
 endif()
-if(NOT EXISTS ${QUILLMARK_DARWIN_HEADERS}/libcxx/include/__config)
+if(NOT EXISTS ${QUILLMARK_DARWIN_HEADERS}/lib/libcxx/include/__config)
   message(FATAL_ERROR "Darwin's C headers are not in \"${QUILLMARK_DARWIN_HEADERS}\"; tools/build-macos fetches them")
 endif()
 
@@ -29,9 +29,9 @@ set(CMAKE_OSX_DEPLOYMENT_TARGET "" CACHE STRING "")
 set(sdk ${CMAKE_CURRENT_LIST_DIR}/macos-sdk)
 string(JOIN " " compilerFlags
   -nostdinc -nostdinc++
-  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/libcxx/include\""
+  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/lib/libcxx/include\""
   -isystem /usr/lib/llvm-19/lib/clang/19/include
-  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/libc/include/any-macos-any\""
+  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/lib/libc/include/any-macos-any\""
   -isystem "\"${sdk}/usr/include\""
   -iframework "\"${sdk}/System/Library/Frameworks\""
   # What the build of Apple's own libc++ configures; the package leaves it to the command line.
