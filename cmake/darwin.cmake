@@ -1,10 +1,9 @@
 # Cross build of one slice of the Mac product with clang 19 and LLVM's linker. tools/build-macos sets the two variables.
-list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUILLMARK_SLICE QUILLMARK_DARWIN_HEADERS)
-if(QUILLMARK_SLICE STREQUAL "x86_64")
-  set(minimumMacOS 10.8)
-elseif(QUILLMARK_SLICE STREQUAL "arm64")
-  set(minimumMacOS 11.0)
-else()
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES
+  QUILLMARK_SLICE QUILLMARK_DARWIN_HEADERS QUILLMARK_MINIMUM_MACOS)
+include(${CMAKE_CURRENT_LIST_DIR}/minimum-macos.cmake)
+set(minimumMacOS ${minimumMacOS_${QUILLMARK_SLICE}})
+if(NOT minimumMacOS)
   message(FATAL_ERROR "QUILLMARK_SLICE must be x86_64 or arm64, not \"${QUILLMARK_SLICE}\"")
 endif()
 if(NOT EXISTS ${QUILLMARK_DARWIN_HEADERS}/lib/libcxx/include/__config)

@@ -11,8 +11,8 @@ add_compile_options(
 # The linker signs the slice for Apple silicon unasked, the other one only when told to.
 add_link_options(-Wl,-dead_strip -Wl,-x -Wl,-adhoc_codesign)
 
-# CMAKE_OSX_DEPLOYMENT_TARGET is one for all slices, and the first macOS for Apple silicon is 11.0.
+# CMAKE_OSX_DEPLOYMENT_TARGET is one for all slices.
 if(NOT CMAKE_CROSSCOMPILING AND "arm64" IN_LIST CMAKE_OSX_ARCHITECTURES)
-  add_compile_options("SHELL:-Xarch_arm64 -mmacosx-version-min=11.0")
-  add_link_options("SHELL:-Xarch_arm64 -mmacosx-version-min=11.0")
+  add_compile_options("SHELL:-Xarch_arm64 -mmacosx-version-min=${minimumMacOS_arm64}")
+  add_link_options("SHELL:-Xarch_arm64 -mmacosx-version-min=${minimumMacOS_arm64}")
 endif()

@@ -46,7 +46,7 @@ class Slices(unittest.TestCase):
     def test_each_slice_runs_on_its_oldest_system(self):
         def check(architecture, one):
             self.assertEqual(one.platform, macho.PLATFORM_MACOS)
-            self.assertEqual(one.minimum, product.MINIMUM_MACOS[architecture])
+            self.assertEqual(one.minimum, product.minimum_macos()[architecture])
             self.assertGreaterEqual(product.comparable(one.sdk), product.comparable(OLDEST_SDK))
 
         self.each(check)
@@ -67,7 +67,7 @@ class Slices(unittest.TestCase):
     def look_for_newer_symbols(self, architecture):
         imports = product.slices()[architecture].imports
         known = product.stub_symbols()
-        oldest = product.MINIMUM_MACOS[architecture]
+        oldest = product.minimum_macos()[architecture]
         self.assertGreater(len(imports), 50, "imported symbols")
         self.assertEqual([symbol for symbol in imports if symbol not in known], [],
                          "these are in no stub of cmake/macos-sdk, so that nothing is known of their age")

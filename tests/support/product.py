@@ -2,6 +2,7 @@
 
 import functools
 import os
+import plistlib
 import re
 from pathlib import Path
 
@@ -15,12 +16,19 @@ RESOURCES = CONTENTS / "Resources"
 EXECUTABLE = CONTENTS / "MacOS/Quillmark Installer"
 
 HELPER_LABEL = "com.quillmark.customInstaller.Helper"
-MINIMUM_MACOS = {"x86_64": "10.8", "arm64": "11.0"}
+FIRST_MACOS_FOR_APPLE_SILICON = "11.0"
 
 
 @functools.cache
 def slices():
     return macho.slices(EXECUTABLE.read_bytes())
+
+
+@functools.cache
+def minimum_macos():
+    """The oldest macOS that each slice has to run on, by architecture: the bundle names it."""
+    named = plistlib.loads((CONTENTS / "Info.plist").read_bytes())["LSMinimumSystemVersion"]
+    return {"x86_64": named, "arm64": max(named, FIRST_MACOS_FOR_APPLE_SILICON, key=comparable)}
 
 
 def is_signed_bundle():
