@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Lets tools/fetch-package fetch from an npm of its own, which hands out what the test gives it."""
 
 import base64
@@ -7,7 +6,6 @@ import json
 import os
 import subprocess
 import tarfile
-import unittest
 
 from support import product
 from support.copies import ScratchFolder
@@ -110,7 +108,3 @@ class Fetching(ScratchFolder):
         outcome = self.fetch()
         self.assertEqual(outcome.returncode, 2)
         self.assertTrue(outcome.stdout.startswith("usage: fetch-package"))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,10 +1,8 @@
-#!/usr/bin/env python3
 """Asks tools/install-packages what a Mac lacks, with stand-ins for a Mac's tools."""
 
 import os
 import shutil
 import subprocess
-import unittest
 
 from support import product
 from support.copies import ScratchFolder
@@ -73,7 +71,3 @@ class MacNeeds(ScratchFolder):
         self.put("xcrun", "exit 72")
         self.assert_named("Xcode, selected with xcode-select (its command line tools alone have no ibtool)",
                           "and GoogleTest (brew install googletest), unless CMake finds one")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,10 +1,8 @@
-#!/usr/bin/env python3
 """Runs tools/release with stand-ins for what it calls, which note their calls; the whole takes a quarter of an hour."""
 
 import os
 import shutil
 import subprocess
-import unittest
 
 from support import product
 from support.copies import ScratchFolder
@@ -93,7 +91,3 @@ class ReleaseOnLinux(ScratchFolder):
                 self.assertEqual(outcome.returncode, 2)
                 self.assertTrue(outcome.stdout.startswith("usage: release"), outcome.stdout)
         self.assertEqual(self.calls(), [])
-
-
-if __name__ == "__main__":
-    unittest.main()
