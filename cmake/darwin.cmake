@@ -1,13 +1,12 @@
 # Cross build of one slice of the Mac product with clang 19 and LLVM's linker. tools/build-macos sets the two variables.
-list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUILLMARK_SLICE QUILLMARK_DARWIN_HEADERS)
-if(QUILLMARK_SLICE STREQUAL "x86_64")
-  set(minimumMacOS 10.8)
-elseif(QUILLMARK_SLICE STREQUAL "arm64")
-  set(minimumMacOS 11.0)
-else()
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES
+  QUILLMARK_SLICE QUILLMARK_DARWIN_HEADERS QUILLMARK_MINIMUM_MACOS)
+include(${CMAKE_CURRENT_LIST_DIR}/minimum-macos.cmake)
+set(minimumMacOS ${minimumMacOS_${QUILLMARK_SLICE}})
+if(NOT minimumMacOS)
   message(FATAL_ERROR "QUILLMARK_SLICE must be x86_64 or arm64, not \"${QUILLMARK_SLICE}\"")
 endif()
-if(NOT EXISTS ${QUILLMARK_DARWIN_HEADERS}/libcxx/include/__config)
+if(NOT EXISTS ${QUILLMARK_DARWIN_HEADERS}/lib/libcxx/include/__config)
   message(FATAL_ERROR "Darwin's C headers are not in \"${QUILLMARK_DARWIN_HEADERS}\"; tools/build-macos fetches them")
 endif()
 
@@ -29,9 +28,9 @@ set(CMAKE_OSX_DEPLOYMENT_TARGET "" CACHE STRING "")
 set(sdk ${CMAKE_CURRENT_LIST_DIR}/macos-sdk)
 string(JOIN " " compilerFlags
   -nostdinc -nostdinc++
-  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/libcxx/include\""
+  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/lib/libcxx/include\""
   -isystem /usr/lib/llvm-19/lib/clang/19/include
-  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/libc/include/any-macos-any\""
+  -isystem "\"${QUILLMARK_DARWIN_HEADERS}/lib/libc/include/any-macos-any\""
   -isystem "\"${sdk}/usr/include\""
   -iframework "\"${sdk}/System/Library/Frameworks\""
   # What the build of Apple's own libc++ configures; the package leaves it to the command line.

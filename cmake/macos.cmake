@@ -12,8 +12,8 @@ add_compile_options(
 # unsigned until the bundle is signed: the linker's signature would have SHA-256 alone, and OS X 10.8 knows SHA-1 only.
 add_link_options(-Wl,-dead_strip -Wl,-x)
 
-# CMAKE_OSX_DEPLOYMENT_TARGET is one for all slices, and the first macOS for Apple silicon is 11.0.
+# CMAKE_OSX_DEPLOYMENT_TARGET is one for all slices.
 if(NOT CMAKE_CROSSCOMPILING AND "arm64" IN_LIST CMAKE_OSX_ARCHITECTURES)
-  add_compile_options("SHELL:-Xarch_arm64 -mmacosx-version-min=11.0")
-  add_link_options("SHELL:-Xarch_arm64 -mmacosx-version-min=11.0")
+  add_compile_options("SHELL:-Xarch_arm64 -mmacosx-version-min=${minimumMacOS_arm64}")
+  add_link_options("SHELL:-Xarch_arm64 -mmacosx-version-min=${minimumMacOS_arm64}")
 endif()

@@ -2,6 +2,7 @@
 
 import json
 import os
+import plistlib
 import re
 import shlex
 import shutil
@@ -77,7 +78,7 @@ class Linking(ScratchFolder):
     def probe(self, architecture, text):
         source, compiled = self.scratch / "probe.cpp", self.scratch / "probe.o"
         source.write_text(text)
-        target = f"{architecture}-apple-macosx{product.MINIMUM_MACOS[architecture]}"
+        target = f"{architecture}-apple-macosx{product.minimum_macos()[architecture]}"
         self.assertEqual(run(["clang++-19", f"--target={target}", "-c", source, "-o", compiled]).returncode, 0)
         return str(compiled)
 
@@ -126,6 +127,49 @@ class Linking(ScratchFolder):
                 declared.add("".join(f"{part}:" for part in parts) if parts else re.search(r"(\w+)$", selector)[1])
         self.assertGreater(len(declared), 50)
         self.assertEqual(sorted(declared - sent), [])
+
+
+class MinimumMacOS(ScratchFolder):
+    """Configures a slice, which is enough to see what it would be compiled and linked for."""
+
+    def configure(self, architecture, *options):
+        self.tree = self.scratch / architecture
+        return run(["cmake", "--fresh", "--preset", f"macos-{architecture}", "-B", self.tree,
+                    f"-DQUILLMARK_DARWIN_HEADERS={HEADERS}", *options], cwd=product.REPOSITORY)
+
+    def assert_built_for(self, architecture, expected, *options):
+        outcome = self.configure(architecture, *options)
+        self.assertEqual(outcome.returncode, 0, outcome.stdout)
+        commands = [entry["command"] for entry in json.loads((self.tree / "compile_commands.json").read_text())]
+        self.assertEqual({re.search(r"--target=\S+", command)[0] for command in commands},
+                         {f"--target={architecture}-apple-macosx{expected}"})
+        link = run(["ninja", "-C", self.tree, "-t", "commands", "src/Quillmark Installer"]).stdout
+        self.assertIn(f"-Wl,-platform_version,macos,{expected},", link)
+
+    def information(self):
+        return plistlib.loads((self.tree / "Info.plist").read_bytes())["LSMinimumSystemVersion"]
+
+    def test_it_is_10_8_on_intel_and_11_on_apple_silicon_unless_told_otherwise(self):
+        self.assert_built_for("x86_64", "10.8")
+        self.assertEqual(self.information(), "10.8")
+        self.assert_built_for("arm64", "11.0")
+        self.assertEqual(self.information(), "10.8")
+
+    def test_one_setting_raises_it_for_the_compiler_the_linker_and_the_bundle(self):
+        self.assert_built_for("x86_64", "10.13", "-DQUILLMARK_MINIMUM_MACOS=10.13")
+        self.assertEqual(self.information(), "10.13")
+
+    def test_apple_silicon_follows_from_11_on(self):
+        self.assert_built_for("arm64", "11.0", "-DQUILLMARK_MINIMUM_MACOS=10.13")
+        self.assertEqual(self.information(), "10.13")
+        self.assert_built_for("arm64", "12.3", "-DQUILLMARK_MINIMUM_MACOS=12.3")
+
+    def test_something_else_than_a_version_is_refused(self):
+        for value in ("", "Monterey", "10", "10.8;"):
+            with self.subTest(value):
+                outcome = self.configure("x86_64", f"-DQUILLMARK_MINIMUM_MACOS={value}")
+                self.assertNotEqual(outcome.returncode, 0)
+                self.assertIn("QUILLMARK_MINIMUM_MACOS", outcome.stdout)
 
 
 class Reproduction(ScratchFolder):

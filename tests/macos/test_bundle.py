@@ -23,7 +23,6 @@ INFO = {
     "CFBundleSignature": "????",
     "CFBundleVersion": product.project_version(),
     "LSApplicationCategoryType": "public.app-category.utilities",
-    "LSMinimumSystemVersion": product.MINIMUM_MACOS["x86_64"],
     "NSHighResolutionCapable": True,
     "NSHumanReadableCopyright": "Copyright © Quillmark. All rights reserved.",
     "NSMainNibFile": "MainMenu",
@@ -103,7 +102,7 @@ class InfoPlist(unittest.TestCase):
         cls.info = plistlib.loads((product.CONTENTS / "Info.plist").read_bytes())
 
     def test_it_has_these_keys_and_no_others(self):
-        self.assertEqual(sorted(self.info), sorted([*INFO, "SMPrivilegedExecutables"]))
+        self.assertEqual(sorted(self.info), sorted([*INFO, "LSMinimumSystemVersion", "SMPrivilegedExecutables"]))
 
     def test_its_keys_have_these_values(self):
         for key, value in INFO.items():

@@ -52,7 +52,7 @@ class Slices(unittest.TestCase):
     @product.for_each_slice
     def test_each_slice_runs_on_its_oldest_system(self, one):
         self.assertEqual(one.platform, "macos")
-        self.assertEqual(one.minimum, product.MINIMUM_MACOS[one.architecture])
+        self.assertEqual(one.minimum, product.minimum_macos()[one.architecture])
         self.assertGreaterEqual(product.comparable(one.sdk), product.comparable(OLDEST_SDK))
 
     @product.for_each_slice
@@ -93,7 +93,7 @@ class Imports(unittest.TestCase):
     def test_no_slice_imports_what_its_oldest_system_lacks(self, one):
         symbols = sorted({found.symbol for found in one.imports})
         known = product.stub_symbols()
-        oldest = product.MINIMUM_MACOS[one.architecture]
+        oldest = product.minimum_macos()[one.architecture]
         self.assertGreater(len(symbols), 50, "imported symbols")
         self.assertEqual([symbol for symbol in symbols if symbol not in known], [],
                          "these are in no stub of cmake/macos-sdk, so that nothing is known of their age")

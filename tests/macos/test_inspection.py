@@ -304,9 +304,13 @@ class Damage(DistributionCopy):
         self.assert_named("test_classes.test_the_delegate_is_an_object_that_adopts_the_application_delegate")
 
     def test_another_value_in_info_plist(self):
+        self.change_info(NSMainNibFile="Main")
+        self.assert_named("test_bundle.test_its_keys_have_these_values", "NSMainNibFile")
+
+    def test_another_oldest_system_in_info_plist(self):
         self.change_info(LSMinimumSystemVersion="10.9")
-        self.assert_named("test_bundle.test_its_keys_have_these_values", "LSMinimumSystemVersion")
         self.assert_named("test_bundle.test_the_oldest_system_is_the_one_that_the_intel_slice_is_for")
+        self.assert_named("test_executable.test_each_slice_runs_on_its_oldest_system", "'10.8' != '10.9'", "x86_64")
 
     def test_a_key_missing_from_info_plist(self):
         self.change_info(NSPrincipalClass=None)

@@ -2,6 +2,7 @@
 
 import functools
 import os
+import plistlib
 import re
 from dataclasses import dataclass
 from pathlib import Path
@@ -16,7 +17,7 @@ RESOURCES = CONTENTS / "Resources"
 EXECUTABLE = CONTENTS / "MacOS/Quillmark Installer"
 
 HELPER_LABEL = "com.quillmark.customInstaller.Helper"
-MINIMUM_MACOS = {"x86_64": "10.8", "arm64": "11.0"}
+FIRST_MACOS_FOR_APPLE_SILICON = "11.0"
 
 
 @functools.cache
@@ -32,6 +33,13 @@ def for_each_slice(check):
             with self.subTest(architecture):
                 check(self, one)
     return test
+
+
+@functools.cache
+def minimum_macos():
+    """The oldest macOS that each slice has to run on, by architecture: the bundle names it."""
+    named = plistlib.loads((CONTENTS / "Info.plist").read_bytes())["LSMinimumSystemVersion"]
+    return {"x86_64": named, "arm64": max(named, FIRST_MACOS_FOR_APPLE_SILICON, key=comparable)}
 
 
 def is_signed_bundle():
