@@ -213,7 +213,7 @@ class Damage(DistributionCopy):
                           "(none)")
 
     def test_a_link_edit_table_between_two_words(self):
-        for architecture in product.MINIMUM_MACOS:
+        for architecture in product.minimum_macos():
             one = self.slice(architecture)
             table, = one.all("LC_FUNCTION_STARTS")
             place = one.content.index(struct.pack("<4I", 0x26, 16, table.fields["dataoff"], table.fields["datasize"]))

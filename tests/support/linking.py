@@ -5,7 +5,7 @@ import subprocess
 
 from support import product
 
-TREES = {architecture: product.REPOSITORY / f"build/macos-{architecture}" for architecture in product.MINIMUM_MACOS}
+TREES = {architecture: product.REPOSITORY / f"build/macos-{architecture}" for architecture in ("x86_64", "arm64")}
 
 
 def run(command, **options):
