@@ -17,8 +17,6 @@ SCRIPTS = ["client.up.tunnelblick.sh", "client.down.tunnelblick.sh"]
 COMPONENT = "QuillmarkGuard"
 INTERACTIVE_MARKER = b"Device\nyes"
 
-TICK_LINES = ["state 1", "TCCheckBoxOutlet state 1"]
-
 
 def installation_lines(folder, components="/Users/ann/Downloads/Quillmark Installer/components"):
     """What an installation writes to the console that takes its component from the folder of that name."""

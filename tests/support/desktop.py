@@ -34,6 +34,7 @@ class Desktop:
             raise unittest.SkipTest("no virtual display without " + ", ".join(missing))
         self.folder = Path(tempfile.mkdtemp(prefix="desktop-"))
         self.processes = []
+        self.marks = 0
         try:
             self.start()
         except BaseException:
@@ -52,12 +53,13 @@ class Desktop:
         self.name = f":{display}"
         self.environment = {**os.environ, "DISPLAY": self.name}
 
-        recorder = self.run_in_background("xev", "-root", "-event", "substructure", stdout=subprocess.PIPE)
+        recorder = self.run_in_background("xev", "-root", "-event", "substructure", "-event", "property",
+                                          stdout=subprocess.PIPE)
         self.events = Lines(recorder.stdout)
         until(lambda: "SubstructureNotify" in self.ask("xwininfo", "-root", "-events"), "the recording of windows")
         self.run_in_background("openbox")
         until(lambda: self.try_to_ask("wmctrl", "-m"), "the window manager")
-        self.first_event = len(self.events.lines)
+        self.first_event = len(self.recorded_events())
 
     def close(self):
         # Not killed, so that the X server takes its socket away.
@@ -92,6 +94,8 @@ class Desktop:
         pictures = [self.picture()]
 
         def rests():
+            # An answer of the X server means that it does not just draw what the first of two pictures shows half done.
+            self.ask("xwininfo", "-root")
             pictures.append(self.picture())
             return pictures[-1] == pictures[-2]
 
@@ -102,6 +106,9 @@ class Desktop:
 
     def move_to(self, x, y):
         self.ask("xdotool", "mousemove", str(x), str(y))
+
+    def click(self, x, y):
+        self.ask("xdotool", "mousemove", str(x), str(y), "click", "1")
 
     def hold(self, x, y):
         """Presses the button of the mouse without letting it go."""
@@ -122,28 +129,22 @@ class Desktop:
 
     def windows(self):
         """The windows that a person sees now, without the screen's own and the window manager's."""
-        while (listed := self.try_to_ask("wmctrl", "-l")) is None:
-            pass
-        found = []
-        for line in listed.splitlines():
-            identifier, _, _, title = line.split(maxsplit=3)
-            area = self.area_of(identifier)
-            if area:
-                found.append(Window(identifier, title, area))
-        return found
+        managed = re.findall("0x[0-9a-f]+", self.ask("xprop", "-root", "-notype", "_NET_CLIENT_LIST"))
+        return list(filter(None, map(self.look_at, managed)))
 
     def areas_of_visible(self, title):
         """Where the visible windows with that title lie, also those that the window manager does not list, such as menus."""
         found = self.try_to_ask("xdotool", "search", "--onlyvisible", "--name", f"^{title}$") or ""
-        return list(filter(None, map(self.area_of, found.split())))
+        return [window.area for window in map(self.look_at, found.split()) if window]
 
-    def area_of(self, identifier):
-        """Where the window lies, or None if it has gone meanwhile."""
+    def look_at(self, identifier):
+        """The window, or None if it has gone meanwhile."""
         told = self.try_to_ask("xwininfo", "-id", identifier)
         if told is None:
             return None
+        title = re.search(r'Window id: \S+ (?:"(.*)"|\()', told)[1]
         labels = ["Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"]
-        return Area(*(int(re.search(rf"{label}: +(-?\d+)", told)[1]) for label in labels))
+        return Window(identifier, title, Area(*(int(re.search(rf"{label}: +(-?\d+)", told)[1]) for label in labels)))
 
     def frame_of(self, window):
         """Where the window lies with its title bar and its edges."""
@@ -188,8 +189,7 @@ class Desktop:
     def areas_ever_shown(self):
         """Where a window has appeared, at any moment since the start, one after another."""
         areas, framed, shown = {}, {}, []
-        with self.events.changed:
-            text = "\n".join(self.events.lines[self.first_event:])
+        text = "\n".join(self.recorded_events()[self.first_event:])
         for kind, details in re.findall(r"^(\w+) event, (.*?)(?=^\w+ event, |\Z)", text, re.MULTILINE | re.DOTALL):
             window = re.search(r", window (0x[0-9a-f]+),", details[details.index("\n"):])
             if kind in ("CreateNotify", "ConfigureNotify"):
@@ -201,3 +201,11 @@ class Desktop:
             elif kind == "MapNotify":
                 shown.append(areas[framed.get(window[1], window[1])])
         return [area for area in shown if area != WINDOW_MANAGERS_OWN]
+
+    def recorded_events(self):
+        """The lines about all that has happened to windows until now, of which the last may still be on their way."""
+        self.marks += 1
+        mark = f"MARK_{self.marks}"
+        self.ask("xprop", "-root", "-format", mark, "8s", "-set", mark, "")
+        self.events.until(lambda lines: any(f"({mark})" in line for line in lines), "the recording of a mark")
+        return self.events.lines

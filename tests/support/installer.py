@@ -11,7 +11,7 @@ from support.waiting import DEADLINE_SECONDS, Lines, until, within
 
 CONSOLE_LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} Quillmark Installer\[\d+:\d+\] (.*)")
 # Messages of GNUstep about itself.
-NOISE = re.compile(r"Bogus attempt to resign key window|File NS\w+\.m: \d+\. In ")
+NOISE = re.compile(r"Bogus attempt to resign key window|File NS\w+\.m: \d+\. In |Unable to contact pasteboard server")
 
 # How GNUstep titles an alert of each style.
 WARNING = "Alert"
@@ -20,17 +20,23 @@ INFORMATIONAL = "Information"
 
 GREEN = (51, 204, 51)
 BLACK = (0, 0, 0)
+HIGHLIGHT = (56, 117, 215)
 
 # AppKit's, which GNUstep shows as a window of its own.
 MENU_BAR = Area(0, 0, WIDTH, 22)
 
-LONGEST_PRESS_SECONDS = 1
+TICK_LINES = ["state 1", "TCCheckBoxOutlet state 1"]
+UNTICK_LINES = ["state 0", "TCCheckBoxOutlet state 0"]
+
+# GNUstep waits for as long for its pasteboard server to start and then to answer, and gives the copy up.
+LONGEST_COPY_SECONDS = 5 + 2
 
 
 class Installer:
     def __init__(self, mac, desktop, arguments=()):
         self.mac = mac
         self.desktop = desktop
+        self.menu_titles = None
         self.session = mac.start(desktop.name, arguments)
         self.error_output = Lines(self.session.stderr)
         self.exit_status = Lines(self.session.stdout)
@@ -72,7 +78,17 @@ class Installer:
         self.window = self.desktop.wait_for_window("the installer's window", is_main_window)
         until(self.is_painted, "the title of the install button")
         self.desktop.wait_for_focus(self.window)
+        self.spend_first_click()
+        self.desktop.picture_at_rest()
         return self
+
+    def spend_first_click(self):
+        """Clicks where there is nothing to click.
+
+        At the first press of all GNUstep asks a daemon of its own something and takes the mouse's later events, such as
+        the release, before the press.
+        """
+        self.desktop.click(self.window.area.x, self.window.area.y)
 
     def wait_for_alert(self, title=WARNING):
         alert = self.desktop.wait_for_window(f"an alert titled {title!r}", lambda window: window.title == title)
@@ -97,27 +113,18 @@ class Installer:
     # Mouse
 
     def click(self, control):
-        """Presses the mouse's button over a control, and lets go once the control looks pressed.
-
-        GNUstep misses a release that comes sooner. It does not always draw what is pressed, and links never look it.
-        """
-        before = self.desktop.picture_at_rest().crop(self.window.area)
-        self.desktop.hold(*self.centre_of(control))
-        within(LONGEST_PRESS_SECONDS, lambda: self.picture() != before)
-        self.desktop.let_go()
-
-    def centre_of(self, control):
-        return CONTROLS[control].moved(self.window.area.x, self.window.area.y).centre()
+        self.desktop.click(*CONTROLS[control].moved(self.window.area.x, self.window.area.y).centre())
 
     def tick(self):
-        seen = self.console().count("state 1")
-        self.click(interface.CHECKBOX)
-        self.wait_for_console("state 1", seen + 1)
+        self.click_the_box_and_wait_for(TICK_LINES[-1])
 
     def untick(self):
-        seen = self.console().count("state 0")
+        self.click_the_box_and_wait_for(UNTICK_LINES[-1])
+
+    def click_the_box_and_wait_for(self, line):
+        seen = self.console().count(line)
         self.click(interface.CHECKBOX)
-        self.wait_for_console("state 0", seen + 1)
+        self.wait_for_console(line, seen + 1)
 
     def install(self):
         """Ticks the box, clicks the install button and waits for the window's installed state."""
@@ -129,26 +136,33 @@ class Installer:
     def wait_until_installed(self):
         until(self.is_green, "the green title of the button")
         until(self.terms_are_gone, "the end of the terms controls")
+        self.desktop.picture_at_rest()
 
     def choose(self, menu, item):
         """Pulls a menu down and lets the mouse go over one of its items."""
         titles, items = list(MENUS), MENUS[menu]
-        title_area = self.areas_of_menu_titles()[titles.index(menu)]
-        self.desktop.hold(*title_area.centre())
+        if self.menu_titles is None:
+            self.menu_titles = until(self.areas_of_menu_titles, "the titles in the menu bar")
+        self.desktop.hold(*self.menu_titles[titles.index(menu)].centre())
         pulled_down = until(lambda: self.desktop.areas_of_visible("Window"), f"the menu {menu}")[0]
         line = pulled_down.height // len(items)
         place = Area(pulled_down.x, pulled_down.y + items.index(item) * line, pulled_down.width, line)
-        before = self.desktop.picture_at_rest().crop(place)
         self.desktop.move_to(*place.centre())
-        within(LONGEST_PRESS_SECONDS, lambda: self.desktop.picture().crop(place) != before)
+        until(lambda: self.is_highlighted(place), f"the mark on the item {item}")
         self.desktop.let_go()
         # GNUstep closes a menu only once the item's action has returned.
         until(lambda: self.has_alert() or not self.desktop.areas_of_visible("Window"), f"the end of the menu {menu}")
 
+    def is_highlighted(self, place):
+        picture = self.desktop.picture().crop(place)
+        return len(picture.near(HIGHLIGHT)) > picture.width * picture.height / 2
+
     def areas_of_menu_titles(self):
-        """Of all gaps in the menu bar's text, those between the titles are the widest."""
+        """Of all gaps in the menu bar's text, those between the titles are the widest. [] before the bar is painted."""
         bar = MENU_BAR.smaller_by(2)
         columns = sorted({x for x, _ in self.desktop.picture().crop(bar).near(BLACK, tolerance=100)})
+        if len(columns) > bar.width / 2:
+            return []
         gaps = sorted(zip(columns, columns[1:]), key=lambda gap: gap[1] - gap[0])[1 - len(MENUS):]
         ends = sorted(left for left, _ in gaps) + columns[-1:]
         starts = columns[:1] + sorted(right for _, right in gaps)
@@ -161,8 +175,12 @@ class Installer:
         """
         self.click(ACTIVITY_LOG)
         self.desktop.press("alt+a")
+        return until(self.copy, "a text on the clipboard")
+
+    def copy(self):
+        """What is then on the clipboard, or None where GNUstep's pasteboard server was too slow for the copy."""
         self.desktop.press("alt+c")
-        return until(self.desktop.clipboard, "a text on the clipboard")
+        return within(LONGEST_COPY_SECONDS, self.desktop.clipboard)
 
     # Screen
 

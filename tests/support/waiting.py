@@ -1,10 +1,13 @@
 """Waiting for what somebody else does, with a deadline."""
 
+import os
+import select
 import subprocess
 import threading
 import time
 
-DEADLINE_SECONDS = 20
+# For a machine that has a lot else to do.
+DEADLINE_SECONDS = 60
 POLL_SECONDS = 0.02
 
 
@@ -29,39 +32,69 @@ def until(condition, what):
 
 
 class Lines:
-    """The lines that a process writes to a pipe, as they come."""
+    """The lines that a process writes to a pipe.
+
+    Whoever asks for them gets all that have been written until then: what was seen to happen after a line was written
+    never comes before it.
+    """
 
     def __init__(self, pipe):
-        self.lines = []
-        self.ended = False
+        self.pipe = pipe
+        os.set_blocking(pipe.fileno(), False)
+        self.taken = []
+        self.unfinished = b""
+        self.at_end = False
         self.changed = threading.Condition()
-        self.reader = threading.Thread(target=self.read, args=[pipe], daemon=True)
+        # So that the process never waits for room in the pipe.
+        self.reader = threading.Thread(target=self.read, daemon=True)
         self.reader.start()
 
-    def read(self, pipe):
-        with pipe:
-            for line in pipe:
-                with self.changed:
-                    self.lines.append(line.decode(errors="surrogateescape").rstrip("\n"))
-                    self.changed.notify_all()
-        with self.changed:
-            self.ended = True
+    def read(self):
+        with self.pipe:
+            while not self.ended:
+                select.select([self.pipe], [], [])
+
+    def take(self):
+        """Takes what is in the pipe, for a caller that holds the lock."""
+        while not self.at_end:
+            try:
+                data = os.read(self.pipe.fileno(), 1 << 16)
+            except BlockingIOError:
+                return
+            self.at_end = not data
+            *lines, self.unfinished = (self.unfinished + data).split(b"\n")
+            if self.at_end and self.unfinished:
+                lines.append(self.unfinished)
+            self.taken += [line.decode(errors="surrogateescape") for line in lines]
             self.changed.notify_all()
+
+    @property
+    def lines(self):
+        with self.changed:
+            self.take()
+            return list(self.taken)
+
+    @property
+    def ended(self):
+        with self.changed:
+            self.take()
+            return self.at_end
 
     def until(self, condition, what):
         """Waits until the condition holds for the list of lines; answers with what the condition answered."""
         with self.changed:
-            self.changed.wait_for(lambda: condition(self.lines) or self.ended, DEADLINE_SECONDS)
-            answer = condition(self.lines)
+            self.take()
+            self.changed.wait_for(lambda: condition(self.taken) or self.at_end, DEADLINE_SECONDS)
+            answer = condition(self.taken)
             if not answer:
-                reason = "the lines have ended" if self.ended else f"still waiting after {DEADLINE_SECONDS} seconds"
-                raise TooLate("\n  ".join([f"{what}: {reason}; there are:", *self.lines]))
+                reason = "the lines have ended" if self.at_end else f"still waiting after {DEADLINE_SECONDS} seconds"
+                raise TooLate("\n  ".join([f"{what}: {reason}; there are:", *self.taken]))
             return answer
 
     def wait_for_more(self, count, seconds):
         """Waits until there are more than so many lines, but not for longer than so many seconds."""
         with self.changed:
-            self.changed.wait_for(lambda: len(self.lines) > count or self.ended, seconds)
+            self.changed.wait_for(lambda: len(self.taken) > count or self.at_end, seconds)
 
     def close(self):
         self.reader.join(DEADLINE_SECONDS)

@@ -2,8 +2,8 @@
 
 import shutil
 
-from support.case import (COMPONENT, INTERACTIVE_MARKER, MARKER, SCRIPTS, TICK_LINES, SystemTest, installation_lines)
-from support.installer import CRITICAL, INFORMATIONAL
+from support.case import COMPONENT, INTERACTIVE_MARKER, MARKER, SCRIPTS, SystemTest, installation_lines
+from support.installer import CRITICAL, INFORMATIONAL, TICK_LINES
 from support.interface import CONTROLS, INSTALL_BUTTON, TERMS_CONTROLS
 from support.mac import component, resource
 from support.tree import tree

@@ -7,6 +7,7 @@ import sys
 from pathlib import Path
 
 ENDING = [signal.SIGINT, signal.SIGTERM, signal.SIGHUP]
+FIRST_AFTER_STREAMS = 3
 PR_SET_PDEATHSIG = 1
 PR_SET_CHILD_SUBREAPER = 36
 
@@ -42,6 +43,8 @@ def be_keeper(work, starter):
         process_control(PR_SET_PDEATHSIG, signal.SIGTERM)
         # Whatever loses its parent becomes this process's child, so that it can be found and waited for.
         process_control(PR_SET_CHILD_SUBREAPER, 1)
+        # What the caller left open is for nobody here, and would take the descriptors that a shell can write as one digit.
+        os.closerange(FIRST_AFTER_STREAMS, os.sysconf("SC_OPEN_MAX"))
         if os.getppid() == starter:
             status = work()
     except Ended as ended:

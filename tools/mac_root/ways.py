@@ -7,11 +7,13 @@ import signal
 import subprocess
 import sys
 import tempfile
+from pathlib import Path
 
 from mac_root import newer_system_calls
 from mac_root.assembly import GROUP_ID, USER_ID, Refusal, give
 
 BECOME_USER = [f"--reuid={USER_ID}", f"--regid={GROUP_ID}", "--clear-groups"]
+GIVE_UP_PRIVILEGES = ["--inh-caps=-all", "--bounding-set=-all"]
 PAGE = os.sysconf("SC_PAGE_SIZE")
 PROOT_END_SECONDS = 5
 
@@ -71,12 +73,13 @@ class Proot:
     can_restrict = False
 
     def owner(self):
-        return (USER_ID, GROUP_ID) if os.geteuid() == 0 else (os.geteuid(), os.getegid())
+        return (USER_ID, GROUP_ID) if can_become_user() else (os.geteuid(), os.getegid())
 
     def run(self, root, mounts, environment, program, **streams):
-        # proot lives on as long as any daemon that the program left behind, so the status comes by a pipe.
+        # proot lives on as long as any daemon that the program left behind, so the status comes by a pipe. Not by bash,
+        # which would add to the program's environment.
         report, end = os.pipe()
-        reporting = ["/bin/bash", "-c", f'"$@" {end}>&-; echo $? >&{end}', "bash", *program]
+        reporting = ["/bin/dash", "-c", f'"$@" {end}>&-; echo $? >&{end}', "dash", *program]
         process = subprocess.Popen(self.command(root, mounts, reporting), env=environment, pass_fds=[end],
                                    preexec_fn=newer_system_calls.withhold, **streams)
         os.close(end)
@@ -93,11 +96,13 @@ class Proot:
                 process.kill()
 
     def command(self, root, mounts, program):
-        proot = shutil.which("proot")
-        if os.geteuid() == 0:
-            arguments = [shutil.which("setpriv"), *BECOME_USER, "--", proot]
+        arguments = [shutil.which("proot")]
+        if can_become_user():
+            arguments = [shutil.which("setpriv"), *BECOME_USER, "--", *arguments]
         else:
-            arguments = [proot, "-i", f"{USER_ID}:{GROUP_ID}"]
+            arguments += ["-i", f"{USER_ID}:{GROUP_ID}"]
+            if os.geteuid() == 0:
+                arguments = [shutil.which("setpriv"), *GIVE_UP_PRIVILEGES, "--", *arguments]
         arguments += ["-v", "-1", "-r", root, "-b", "/dev", "-b", "/proc"]
         for mount in mounts:
             arguments += ["-b", f"{mount.host}:{mount.inside}"]
@@ -109,6 +114,19 @@ def open_filler():
     filler.write(bytes(PAGE))
     filler.seek(0)
     return filler
+
+
+def can_become_user():
+    """Whether this process is root and could be the Mac's user: root of a namespace may be the only user in it."""
+    return os.geteuid() == 0 and is_mapped(USER_ID, "uid_map") and is_mapped(GROUP_ID, "gid_map")
+
+
+def is_mapped(identifier, mapping):
+    for line in Path("/proc/self", mapping).read_text(encoding="ascii").splitlines():
+        first, _, count = map(int, line.split())
+        if first <= identifier < first + count:
+            return True
+    return False
 
 
 WAYS = [Bubblewrap(), BubblewrapAsRoot(), Proot()]
@@ -134,6 +152,8 @@ def find_obstacle(way, root, options, mounts, environment):
             return f"{program} is not installed"
     if way.needs_root and os.geteuid() != 0:
         return "only root can do that"
+    if way.needs_root and not can_become_user():
+        return f"there is no user {USER_ID} in this namespace, as /proc/self/uid_map shows"
     if not way.can_restrict and (options.read_only or options.full):
         return "cannot make anything read-only or full"
     give(root, options, *way.owner())

@@ -1,7 +1,7 @@
 // Events are not left in AppKit's queue. GNUstep looks at the queue and then lets the run loop work until something
 // comes. What works there may run the loop itself, as a call to a daemon does for the answer, and that puts the X
-// server's events into the queue, which is not looked at again. A window whose exposure lies there stays black until
-// something else happens.
+// server's events into the queue, which is not looked at again. A window whose exposure lies there stays black, and a
+// button whose release lies there stays pressed, until something else happens.
 
 #import <AppKit/AppKit.h>
 #import <GNUstepGUI/GSDisplayServer.h>
@@ -19,16 +19,20 @@ using quillmark::ignore;
 
 @implementation GSDisplayServer (QuillmarkEventQueue)
 
-- (BOOL)quillmarkHasEvents {
-  return [event_queue count] != 0;
+- (NSEvent *)quillmarkNewestEvent {
+  return [event_queue lastObject];
 }
 
 @end
 
-/// A pipe that has something to read while there is an event in the queue: only a descriptor ends the run loop's wait.
+/// A pipe that has something to read once there is a new event in the queue: only a descriptor ends the run loop's
+/// wait.
 @interface QuillmarkEventQueue : NSObject <RunLoopEvents> {
   int _reading;
   int _writing;
+  // Retained, so that no new event has its address. An event that nobody asks for, as while the mouse is tracked, stays
+  // in the queue, and must not keep the run loop awake.
+  NSEvent *_announced;
 }
 @end
 
@@ -37,8 +41,9 @@ using quillmark::ignore;
 + (void)load {
   @autoreleasepool {
     QuillmarkEventQueue *queue = [[QuillmarkEventQueue alloc] init];
-    // Not in the event tracking mode, where events that nobody asks for stay in the queue.
-    for (NSString *mode in @[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode ]) [queue watchInMode:mode];
+    for (NSString *mode in @[ NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode ]) {
+      [queue watchInMode:mode];
+    }
   }
 }
 
@@ -59,7 +64,10 @@ using quillmark::ignore;
 
 /// The run loop asks each time before it waits.
 - (BOOL)runLoopShouldBlock:(BOOL *)trigger {
-  if ([GSCurrentServer() quillmarkHasEvents]) ignore(write(_writing, "", 1));
+  NSEvent *newest = [GSCurrentServer() quillmarkNewestEvent];
+  if (newest != nil && newest != _announced) ignore(write(_writing, "", 1));
+  [_announced autorelease];
+  _announced = [newest retain];
   *trigger = YES;
   return YES;
 }
