@@ -1,35 +1,15 @@
 """Packs copies of the distribution, whole and damaged ones, and looks at what tools/package makes and refuses."""
 
-import hashlib
-import json
 import os
 import plistlib
 import shutil
 import stat
 import subprocess
-import warnings
 import zipfile
-
-import jsonschema
 
 from support import product, signature
 from support.copies import DistributionCopy
-
-TOP = "Quillmark Installer"
-BUNDLE = "Quillmark Installer.app"
-CONTENTS = f"{BUNDLE}/Contents"
-VERSION = product.project_version()
-ARCHIVE = f"Quillmark-Installer-{VERSION}-for-inspection.zip"
-SCHEMA = product.REPOSITORY / "build/bom-schema"
-
-
-def package(*arguments, output):
-    return subprocess.run([product.REPOSITORY / "tools/package", "--output", output, *arguments],
-                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120)
-
-
-def digest(path):
-    return hashlib.sha256(path.read_bytes()).hexdigest()
+from support.packing import ARCHIVE, BUNDLE, CONTENTS, FOLDER, VERSION, package
 
 
 class Archive(DistributionCopy):
@@ -49,14 +29,14 @@ class Archive(DistributionCopy):
             names = [entry.filename.rstrip("/") for entry in archive.infolist()]
             times = {entry.date_time for entry in archive.infolist()}
         self.assertEqual(names, sorted(names, key=lambda name: name.split("/")))
-        self.assertEqual({name.split("/")[0] for name in names}, {TOP})
+        self.assertEqual({name.split("/")[0] for name in names}, {FOLDER})
         self.assertEqual({name.split("/")[1] for name in names if "/" in name},
                          {"Quillmark Installer.app", "components"})
         self.assertEqual(len(times), 1)
 
     def test_an_unpacking_tool_gets_modes_links_and_names_as_they_were(self):
         subprocess.run(["unzip", "-q", self.assert_packed(), "-d", self.scratch], check=True, timeout=60)
-        unpacked = self.scratch / TOP
+        unpacked = self.scratch / FOLDER
         originals = sorted(path.relative_to(self.copy) for path in self.copy.rglob("*"))
         self.assertEqual(sorted(path.relative_to(unpacked) for path in unpacked.rglob("*")), originals)
         links = 0
@@ -84,83 +64,11 @@ class Archive(DistributionCopy):
         self.assertEqual(outcome.returncode, 0, outcome.stdout)
         self.assertEqual((self.scratch / "again" / ARCHIVE).read_bytes(), first.read_bytes())
 
-        self.copy.rename(self.scratch / TOP)
-        subprocess.run(["zip", "-q", "-r", "-y", "another.zip", TOP], cwd=self.scratch, check=True, timeout=60)
+        self.copy.rename(self.scratch / FOLDER)
+        subprocess.run(["zip", "-q", "-r", "-y", "another.zip", FOLDER], cwd=self.scratch, check=True, timeout=60)
         outcome = package("--for-inspection", self.scratch / "another.zip", output=self.scratch / "another")
         self.assertEqual(outcome.returncode, 0, outcome.stdout)
         self.assertEqual((self.scratch / "another" / ARCHIVE).read_bytes(), first.read_bytes())
-
-
-class BillOfMaterials(DistributionCopy):
-    @classmethod
-    def setUpClass(cls):
-        subprocess.run([product.REPOSITORY / "tools/fetch-package", product.REPOSITORY / "tests/macos/bom-schema",
-                        "@cyclonedx/cyclonedx-library", SCHEMA, "res/schema"], check=True, timeout=300)
-        schemas = [json.loads((SCHEMA / "res/schema" / f"{name}.SNAPSHOT.schema.json").read_text())
-                   for name in ("bom-1.6", "spdx", "jsf-0.82")]
-        with warnings.catch_warnings(record=True):  # newer versions of the library have another way, Debian's has not
-            resolver = jsonschema.RefResolver.from_schema(schemas[0], store={one["$id"]: one for one in schemas})
-        cls.validator = jsonschema.Draft7Validator(schemas[0], resolver=resolver)
-
-    def bill(self, output="out"):
-        outcome = package("--for-inspection", self.copy, output=self.scratch / output)
-        self.assertEqual(outcome.returncode, 0, outcome.stdout)
-        return json.loads((self.scratch / output / ARCHIVE).with_suffix(".cdx.json").read_text())
-
-    def problems(self, bill):
-        return [f"{error.json_path}: {error.message}" for error in self.validator.iter_errors(bill)]
-
-    def test_it_keeps_to_the_published_schema_of_cyclonedx_1_6(self):
-        bill = self.bill()
-        self.assertEqual((bill["bomFormat"], bill["specVersion"]), ("CycloneDX", "1.6"))
-        self.assertEqual(self.problems(bill), [])
-        bill["components"][0]["components"][0]["hashes"][0]["content"] = "no digest"
-        bill["serialNumber"] = "1"
-        self.assertEqual(len(self.problems(bill)), 2, "the schema refuses nothing")
-
-    def test_every_file_of_the_archive_is_in_it_once_with_its_digest(self):
-        listed = {}
-        for component in self.bill()["components"]:
-            for item in component.get("components", [component]):
-                self.assertNotIn(item["bom-ref"], listed)
-                listed[item["bom-ref"]], = [one["content"] for one in item["hashes"] if one["alg"] == "SHA-256"]
-        files = [path for path in self.copy.rglob("*") if path.is_file() and not path.is_symlink()]
-        self.assertEqual(listed, {str(path.relative_to(self.copy)): digest(path) for path in files})
-
-    def test_installer_client_guards_scripts_and_other_components_are_parts_of_their_own(self):
-        bill = self.bill()
-        parts = {component["bom-ref"]: component for component in bill["components"]}
-        self.assertEqual(parts[BUNDLE]["version"], VERSION)
-        self.assertEqual(parts[f"{CONTENTS}/Resources/Quillmark.app"]["version"], "1")
-        self.assertEqual({reference for reference, part in parts.items() if part["type"] == "application"},
-                         {BUNDLE, f"{CONTENTS}/Resources/Quillmark.app",
-                          *(f"components/WGComponents/{mac}/QuillmarkGuard"
-                            for mac in ("Sequoia", "Sonoma", "Ventura", "osIntel", "osM1"))})
-        self.assertEqual({part["name"] for part in parts.values() if part["type"] == "file"},
-                         {"client.up.tunnelblick.sh", "client.down.tunnelblick.sh", "ca.crt", "client.crt",
-                          "client.key", "client.ovpn", "login.conf", "ta.key"})
-        self.assertEqual(bill["dependencies"], [{"ref": ARCHIVE, "dependsOn": sorted(parts)}])
-
-    def test_a_helper_tool_is_a_part_of_its_own(self):
-        tool = f"{CONTENTS}/Library/LaunchServices/{product.HELPER_LABEL}"
-        (self.copy / tool).parent.mkdir(parents=True)
-        (self.copy / tool).write_bytes(b"no real tool")
-        parts = {component["bom-ref"]: component for component in self.bill()["components"]}
-        self.assertEqual(parts[tool]["type"], "application")
-
-    def test_it_describes_the_archive_that_lies_beside_it(self):
-        described = self.bill()["metadata"]["component"]
-        archive = digest(self.scratch / "out" / ARCHIVE)
-        self.assertEqual((described["name"], described["version"]), ("Quillmark Installer", VERSION))
-        self.assertEqual(described["hashes"], [{"alg": "SHA-256", "content": archive}])
-        self.assertEqual(described["externalReferences"], [{"type": "distribution", "url": ARCHIVE,
-                                                            "hashes": [{"alg": "SHA-256", "content": archive}]}])
-
-    def test_the_same_archive_has_the_same_bill_and_another_one_another_serial_number(self):
-        first = self.bill("first")
-        self.assertEqual(first, self.bill("second"))
-        (self.copy / "components/ca.crt").write_text("another certificate\n")
-        self.assertNotEqual(first["serialNumber"], self.bill("third")["serialNumber"])
 
 
 class ReleasableCopy(DistributionCopy):
@@ -224,7 +132,16 @@ class Release(ReleasableCopy):
 
     def test_a_signature_of_the_executable_alone_is_no_release(self):
         shutil.rmtree(self.copy / CONTENTS / "_CodeSignature")
-        self.assert_refused_because_only("the signature is ad hoc")
+        self.assert_refused_because_only("the signature is ad hoc or none")
+
+    def test_a_slice_without_a_signature_is_no_release(self):
+        unsigned = (product.DISTRIBUTION / CONTENTS / "MacOS/Quillmark Installer").read_bytes()
+        (self.copy / CONTENTS / "MacOS/Quillmark Installer").write_bytes(unsigned)
+        self.assert_refused_because_only("the signature is ad hoc or none")
+
+    def test_an_executable_that_cannot_be_read_is_no_release(self):
+        (self.copy / CONTENTS / "MacOS/Quillmark Installer").write_bytes(b"rubbish")
+        self.assert_refused_because_only("the signature is ad hoc or none")
 
     def test_a_signature_with_one_kind_of_digest_does_not_pass_the_inspection(self):
         signature.sign(self.copy / BUNDLE, digests=signature.DIGESTS[1:])
@@ -267,7 +184,7 @@ class Refusals(DistributionCopy):
     def test_an_executable_that_is_not_as_it_should_be(self):
         executable = self.copy / CONTENTS / "MacOS/Quillmark Installer"
         executable.write_bytes(executable.read_bytes().replace(b"_textView\0", b"_textViem\0"))
-        self.assert_refused("test_the_delegate_has_its_seventeen_variables_in_order")
+        self.assert_refused("test_the_delegate_has_its_variables_in_order")
         executable.write_bytes(b"rubbish")
         self.assert_refused("test_there_is_a_slice_for_each_processor")
 
@@ -346,156 +263,3 @@ class Refusals(DistributionCopy):
         with (self.copy / "components/client.ovpn").open("r+b") as file:
             file.truncate(1 << 40)
         self.assert_refused("bytes are too many", f"The most are in components/client.ovpn: {1 << 40}")
-
-
-class Entry:
-    """What an archive is to hold: a file's mode and content, or whatever else is wanted in their place."""
-
-    def __init__(self, name, mode=stat.S_IFREG | 0o644, content=b"", system=3, flags=0, method=zipfile.ZIP_DEFLATED):
-        self.content = content
-        self.information = zipfile.ZipInfo(name)
-        self.information.filename = name  # ZipInfo changes some
-        self.information.external_attr = mode << 16
-        self.information.create_system = system
-        self.information.compress_type = method
-        self.information.flag_bits = flags
-
-
-def folder(name):
-    return Entry(f"{name}/", stat.S_IFDIR | 0o755)
-
-
-def link(name, target):
-    return Entry(name, stat.S_IFLNK | 0o777, target.encode())
-
-
-class HostileArchives(DistributionCopy):
-    def setUp(self):
-        super().setUp()
-        shutil.rmtree(self.copy)
-        self.archive = self.scratch / "hostile.zip"
-
-    def write(self, *entries):
-        with warnings.catch_warnings(record=True), zipfile.ZipFile(self.archive, "w") as file:
-            for entry in entries:
-                file.writestr(entry.information, entry.content)
-
-    def assert_refused(self, message):
-        outcome = package("--for-inspection", self.archive, output=self.scratch / "out")
-        self.assertEqual(outcome.returncode, 1, outcome.stdout)
-        self.assertTrue(outcome.stdout.startswith("package: "), outcome.stdout)
-        self.assertIn(message, outcome.stdout)
-        self.assertEqual(sorted(str(path.relative_to(self.scratch)) for path in self.scratch.rglob("*")),
-                         ["hostile.zip", "out"], "something was written")
-
-    def assert_each_refused(self, *cases):
-        for message, *entries in cases:
-            with self.subTest(message):
-                self.write(*entries)
-                self.assert_refused(message)
-
-    def test_names_that_lead_elsewhere(self):
-        components = folder(f"{TOP}/components")
-        self.assert_each_refused(
-            ('../evil does not lie in the folder "Quillmark Installer"', Entry("../evil")),
-            ('/etc/evil does not lie in the folder "Quillmark Installer"', Entry("/etc/evil")),
-            ('Another/evil does not lie in the folder "Quillmark Installer"', Entry("Another/evil")),
-            ("../evil is no name below the distribution", Entry(f"{TOP}/../evil")),
-            ("components/../../evil is no name below the distribution", components,
-             Entry(f"{TOP}/components/../../evil")),
-            ("components/./evil is no name below the distribution", components, Entry(f"{TOP}/components/./evil")),
-            ("components//evil is no name below the distribution", components, Entry(f"{TOP}/components//evil")),
-            (r"components/..\evil has a character in its name", components, Entry(f"{TOP}/components/..\\evil")))
-
-    def test_names_that_are_there_twice(self):
-        components = folder(f"{TOP}/components")
-        self.assert_each_refused(
-            ("components/ca.crt is there twice", components, Entry(f"{TOP}/components/ca.crt"),
-             Entry(f"{TOP}/components/ca.crt", content=b"another")),
-            ("components is there twice", components, components),
-            ("components/CA.crt and components/ca.crt are the same name on a Mac", components,
-             Entry(f"{TOP}/components/ca.crt"), Entry(f"{TOP}/components/CA.crt")))
-
-    def test_names_that_cannot_be_shown_or_read(self):
-        components = folder(f"{TOP}/components")
-        self.assert_each_refused(
-            (r"components/\x1b[31mred has a character in its name", components, Entry(f"{TOP}/components/\x1b[31mred")))
-        self.write(components, Entry(f"{TOP}/components/latin_"))
-        self.archive.write_bytes(self.archive.read_bytes().replace(b"latin_", b"latin\xe9"))
-        self.assert_refused("is not named in UTF-8")
-
-    def test_files_below_a_link_or_a_file(self):
-        self.assert_each_refused(
-            ("components/bin/evil comes before the folder that it lies in, or that is none",
-             folder(f"{TOP}/components"), link(f"{TOP}/components/bin", "/usr/bin"),
-             Entry(f"{TOP}/components/bin/evil")),
-            ("components/evil comes before the folder that it lies in, or that is none",
-             Entry(f"{TOP}/components"), Entry(f"{TOP}/components/evil")),
-            ("components/evil comes before the folder that it lies in, or that is none",
-             Entry(f"{TOP}/components/evil"), folder(f"{TOP}/components")))
-
-    def test_links_that_lead_out(self):
-        self.assert_each_refused(
-            ("components/bin is a link out of the distribution", folder(f"{TOP}/{BUNDLE}"),
-             folder(f"{TOP}/components"), link(f"{TOP}/components/bin", "/usr/bin")),
-            ("components/up is a link out of the distribution", folder(f"{TOP}/{BUNDLE}"),
-             folder(f"{TOP}/components"), link(f"{TOP}/components/up", "../..")),
-            ("components/long is a link of 5000 bytes", folder(f"{TOP}/components"),
-             link(f"{TOP}/components/long", "x" * 5000)))
-
-    def test_what_is_neither_a_file_a_folder_nor_a_link(self):
-        components = folder(f"{TOP}/components")
-        for kind in (stat.S_IFCHR, stat.S_IFBLK, stat.S_IFIFO, stat.S_IFSOCK, 0):
-            with self.subTest(kind):
-                self.write(components, Entry(f"{TOP}/components/odd", kind | 0o644))
-                self.assert_refused("components/odd is neither a file, a folder nor a link")
-        self.assert_each_refused(
-            ("components/modeless is neither a file, a folder nor a link", components,
-             Entry(f"{TOP}/components/modeless", system=0)),
-            ("components/root has the mode 4755; special bits do not ship", components,
-             Entry(f"{TOP}/components/root", stat.S_IFREG | 0o4755)))
-
-    def test_what_does_not_belong_into_a_distribution(self):
-        self.assert_each_refused(
-            ("Install.pkg does not belong into a distribution", Entry(f"{TOP}/Install.pkg")),
-            ("components/.DS_Store is the Finder's and does not ship", folder(f"{TOP}/components"),
-             Entry(f"{TOP}/components/.DS_Store")),
-            ('__MACOSX does not lie in the folder "Quillmark Installer"', folder(TOP), folder("__MACOSX")))
-
-    def change_listed_size(self, size):
-        """Of the last entry, in the archive's directory, where unpacking tools look."""
-        content = bytearray(self.archive.read_bytes())
-        at = content.rindex(b"PK\1\2") + 24
-        content[at:at + 4] = size.to_bytes(4, "little")
-        self.archive.write_bytes(content)
-
-    def test_sizes_that_are_huge_or_untrue(self):
-        self.write(folder(f"{TOP}/components"), Entry(f"{TOP}/components/ca.crt", content=b"certificate" * 1000))
-        self.change_listed_size(0xF0000000)
-        self.assert_refused("bytes are too many; the archive's format holds 2147483647. The most are in "
-                            "components/ca.crt: 4026531840")
-        self.change_listed_size(10)
-        self.assert_refused("hostile.zip cannot be unpacked: Bad CRC-32")
-
-    def test_more_entries_than_the_format_holds(self):
-        self.write(folder(f"{TOP}/components"),
-                   *(Entry(f"{TOP}/components/{number}", method=zipfile.ZIP_STORED) for number in range(0xFFFF)))
-        self.assert_refused("65536 entries are too many")
-
-    def test_ways_of_packing_that_not_every_system_knows(self):
-        self.assert_each_refused(
-            ("components/ca.crt is encrypted or packed in a way that not every system knows",
-             folder(f"{TOP}/components"), Entry(f"{TOP}/components/ca.crt", method=zipfile.ZIP_BZIP2)))
-        self.write(folder(f"{TOP}/components"), Entry(f"{TOP}/components/ca.crt"))
-        content = bytearray(self.archive.read_bytes())
-        content[content.rindex(b"PK\1\2") + 8] |= 1
-        self.archive.write_bytes(content)
-        self.assert_refused("components/ca.crt is encrypted")
-
-    def test_what_is_no_archive_or_a_part_of_one(self):
-        self.write(folder(f"{TOP}/components"), Entry(f"{TOP}/components/ca.crt", content=os.urandom(1000)))
-        whole = self.archive.read_bytes()
-        for content in (b"", b"rubbish", whole[:-10], whole[200:], whole[:300] + whole[301:]):
-            with self.subTest(len(content)):
-                self.archive.write_bytes(content)
-                self.assert_refused("hostile.zip cannot be unpacked: ")

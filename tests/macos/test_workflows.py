@@ -15,7 +15,7 @@ def run(*command):
     return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=60)
 
 
-class Form(ScratchFolder):
+class WorkflowForm(ScratchFolder):
     def setUp(self):
         super().setUp()
         shutil.copytree(REPOSITORY / ".github", self.scratch / ".github")
@@ -108,7 +108,7 @@ class Form(ScratchFolder):
         self.assert_refused("has an expression in its script", "sign build/archive", "sign '${{ github.head_ref }}'")
 
 
-class Installation(DistributionCopy):
+class InstallationCheck(DistributionCopy):
     """The check of a managed installation, on installations that are made by hand."""
 
     def setUp(self):
@@ -188,7 +188,7 @@ class Installation(DistributionCopy):
                           f"{self.staging}/client.up.tunnelblick.sh is missing")
 
 
-class Interface(ScratchFolder):
+class InterfaceDescription(ScratchFolder):
     """The description of an interface file by which ibtool's and ours are compared."""
 
     def describe(self, text):

@@ -60,8 +60,20 @@ def commands(content):
         at += size
 
 
-def signed_slice(content, *how):
+def with_place(content):
+    """The slice with a load command for its signature, which an unsigned one lacks."""
     content = bytearray(content)
+    if LC_CODE_SIGNATURE not in dict(commands(content)):
+        content += bytes(-len(content) % 16)
+        count, size = struct.unpack_from("<2I", content, 16)
+        assert not any(content[32 + size:32 + size + 16]), "no room for a load command"
+        struct.pack_into("<4I", content, 32 + size, LC_CODE_SIGNATURE, 16, len(content), 0)
+        struct.pack_into("<2I", content, 16, count + 1, size + 16)
+    return content
+
+
+def signed_slice(content, *how):
+    content = with_place(content)
     place = dict(commands(content))[LC_CODE_SIGNATURE]
     offset, = struct.unpack_from("<I", content, place + 8)
     length = len(superblob(content[:offset], *how))

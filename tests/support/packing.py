@@ -1,0 +1,16 @@
+"""Runs tools/package, and knows the names of what goes in and comes out."""
+
+import subprocess
+
+from support import product
+
+FOLDER = "Quillmark Installer"
+BUNDLE = "Quillmark Installer.app"
+CONTENTS = f"{BUNDLE}/Contents"
+VERSION = product.project_version()
+ARCHIVE = f"Quillmark-Installer-{VERSION}-for-inspection.zip"
+
+
+def package(*arguments, output):
+    return subprocess.run([product.REPOSITORY / "tools/package", "--output", output, *arguments],
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120)
