@@ -42,8 +42,8 @@ FILES = {
     *(f"Resources/{path.parent.name}/{path.name}" for path in STRINGS),
 }
 CLIENT = "Resources/Quillmark.app/"
-# One of the two: as ibtool compiled it on a Mac, or as it is.
-INTERFACE = ("Resources/MainMenu.nib", "Resources/MainMenu.xib")
+# One file, or what ibtool makes for old and new systems, in a folder of this name.
+INTERFACE = "Resources/MainMenu.nib"
 # What the steps of a release on a Mac add: the helper tool, the bundle's signature, the notary's ticket.
 RELEASE_FILES = {
     f"Library/LaunchServices/{product.HELPER_LABEL}",
@@ -68,9 +68,8 @@ class Layout(unittest.TestCase):
     def test_the_bundle_holds_these_files_and_no_others(self):
         found = files_below(product.CONTENTS)
         own = {file for file in found if not file.startswith(CLIENT)}
-        interface = own & set(INTERFACE) | {file for file in own if file.startswith("Resources/MainMenu.nib/")}
-        self.assertTrue(interface, "there is no interface file")
-        self.assertFalse({INTERFACE[1]} < interface, "the interface file is there twice")
+        interface = {file for file in own if file == INTERFACE or file.startswith(f"{INTERFACE}/")}
+        self.assertTrue(interface, "there is no compiled interface")
         self.assertEqual(sorted(own - interface - RELEASE_FILES), sorted(FILES))
         self.assertEqual([path.name for path in product.APPLICATION.iterdir()], ["Contents"])
 
@@ -120,8 +119,7 @@ class InfoPlist(unittest.TestCase):
     def test_the_files_that_it_names_are_there(self):
         self.assertTrue((product.CONTENTS / "MacOS" / self.info["CFBundleExecutable"]).is_file())
         self.assertTrue((product.RESOURCES / f"{self.info['CFBundleIconFile']}.icns").is_file())
-        self.assertTrue(any((product.RESOURCES / f"{self.info['NSMainNibFile']}.{kind}").exists()
-                            for kind in ("nib", "xib")))
+        self.assertTrue((product.RESOURCES / f"{self.info['NSMainNibFile']}.nib").exists())
 
     def test_the_helper_may_be_blessed_under_its_label_with_a_requirement_that_names_it_and_a_team(self):
         self.assertEqual(list(self.info["SMPrivilegedExecutables"]), [product.HELPER_LABEL])

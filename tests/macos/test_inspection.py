@@ -325,8 +325,8 @@ class Damage(DistributionCopy):
         (self.copy / CONTENTS / "Resources/notes.txt").write_text("left over")
         self.assert_named("test_bundle.test_the_bundle_holds_these_files_and_no_others", "notes.txt")
         (self.copy / CONTENTS / "Resources/notes.txt").unlink()
-        (self.copy / CONTENTS / "Resources/MainMenu.xib").unlink()
-        self.assert_named("test_bundle.test_the_bundle_holds_these_files_and_no_others", "no interface file")
+        (self.copy / CONTENTS / "Resources/MainMenu.nib").unlink()
+        self.assert_named("test_bundle.test_the_bundle_holds_these_files_and_no_others", "no compiled interface")
 
     def test_an_icon_without_one_of_its_sizes(self):
         icon = self.copy / CONTENTS / "Resources/Installer.icns"
