@@ -42,13 +42,13 @@ TEST_F(InterfaceFile, SendsEveryActionToTheDelegate) {
   expectAction(delegate_.privacyTextOutlet, @selector(privacyPolicyClicked:));
   expectAction(installButton(), @selector(installButtonClick:));
   expectAction(menuItem(@"Quit Quillmark Installer"), @selector(doQuitApplication:));
-  expectAction(menuItem(@"Install Helper"), @selector(installAction:));
+  expectAction(menuItem(@"Install Helper (Quits If It Fails)"), @selector(installAction:));
   expectAction(menuItem(@"Helper Version"), @selector(getVersionAction:));
   expectAction(menuItem(@"Bind Low Port"), @selector(bindAction:));
 }
 
 TEST_F(InterfaceFile, TheHelperMenuCarriesItsThreeItemsAndNothingElse) {
-  NSMenu *menu = [menuItem(@"Install Helper") menu];
+  NSMenu *menu = [menuItem(@"Install Helper (Quits If It Fails)") menu];
   EXPECT_EQ([menu numberOfItems], 3);
 }
 

@@ -43,6 +43,19 @@ class Window : public LoadedInterface {
     EXPECT_EQ([[titleAttributes() objectForKey:NSParagraphStyleAttributeName] alignment], NSCenterTextAlignment);
   }
 
+  NSTextField *label(NSString *text) {
+    for (NSView *view in [[delegate_.window contentView] subviews]) {
+      if ([view isKindOfClass:[NSTextField class]] && [[(NSTextField *)view stringValue] isEqualToString:text]) {
+        return (NSTextField *)view;
+      }
+    }
+    ADD_FAILURE() << "no label " << [text UTF8String];
+    return nil;
+  }
+
+  NSString *const waitText_ = @"Installing can take a minute. The window does not react meanwhile.";
+  NSString *const finishedText_ = @"The installer has finished. The button opens Quillmark.";
+
   std::vector<bool> hidden() {
     std::vector<bool> states;
     for (NSView *view in [[delegate_.window contentView] subviews]) states.push_back([view isHidden]);
@@ -73,13 +86,15 @@ TEST_F(Window, TheTitleHasTheColourThatItIsGiven) {
   EXPECT_NEAR([color alphaComponent], 0.7, 1e-6);
 }
 
-TEST_F(Window, AfterAnInstallationTheTermsControlsAndNothingElseAreHidden) {
+TEST_F(Window, AfterAnInstallationTheTermsControlsAreHiddenAndTheLineUnderTheButtonChanges) {
+  EXPECT_FALSE([label(waitText_) isHidden]);
+  EXPECT_TRUE([label(finishedText_) isHidden]);
   updateAfterInstall();
   for (NSView *view in [[delegate_.window contentView] subviews]) {
-    const bool isTermsControl = view == delegate_.andText || view == delegate_.privacyTextOutlet ||
-                                view == delegate_.checkboxOutlet || view == delegate_.linkBtnOutlet ||
-                                view == delegate_.TCLabel;
-    EXPECT_EQ(static_cast<bool>([view isHidden]), isTermsControl);
+    const bool isGone = view == delegate_.andText || view == delegate_.privacyTextOutlet ||
+                        view == delegate_.checkboxOutlet || view == delegate_.linkBtnOutlet ||
+                        view == delegate_.TCLabel || view == label(waitText_);
+    EXPECT_EQ(static_cast<bool>([view isHidden]), isGone);
   }
 }
 

@@ -26,7 +26,7 @@ class LogTest(SystemTest):
 class Blessing(LogTest):
     def test_a_refused_blessing_tells_the_console_and_the_log_then_shows_the_alert_and_then_ends_the_installer(self):
         installer = self.open(self.mac())
-        installer.choose("Helper", "Install Helper")
+        installer.choose("Helper", "Install Helper (Quits If It Fails)")
         alert = installer.wait_for_alert(CRITICAL)
         self.assertEqual(installer.console(), [REFUSAL])
         self.desktop.move_window(alert, 0, 40)
@@ -41,7 +41,7 @@ class Blessing(LogTest):
         mac = self.mac()
         installer = self.open(mac)
         before = mac.everything()
-        installer.choose("Helper", "Install Helper")
+        installer.choose("Helper", "Install Helper (Quits If It Fails)")
         installer.dismiss_alert(CRITICAL)
         installer.wait_for_end()
         self.assert_same_tree(mac.everything(), before)
@@ -105,7 +105,7 @@ class Answers(HelperTest):
     def test_each_blessing_logs_success_and_the_installer_keeps_running(self):
         installer = self.open(self.mac())
         for lines in [1, 2]:
-            installer.choose("Helper", "Install Helper")
+            installer.choose("Helper", "Install Helper (Quits If It Fails)")
             self.wait_for_log(installer, lines)
         self.assertEqual(installer.read_activity_log(), "success\n" * 2)
         self.assertEqual(installer.console(), [])
