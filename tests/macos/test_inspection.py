@@ -1,14 +1,14 @@
 """Damages copies of the distribution in one way each and checks that the inspection names what is wrong."""
 
-import hashlib
 import os
 import plistlib
 import shutil
 import struct
 import subprocess
 import sys
+from unittest import mock
 
-from support import linking, macho, product
+from support import linking, macho, product, signature
 from support.copies import DistributionCopy
 
 EXECUTABLE = "Quillmark Installer.app/Contents/MacOS/Quillmark Installer"
@@ -81,6 +81,17 @@ class Damage(DistributionCopy):
         for module in ("test_executable", "test_classes", "test_bundle"):
             code, text = self.inspect(module)
             self.assertEqual(code, 0, text)
+
+    def test_a_signed_copy_passes(self):
+        signature.sign(self.copy / "Quillmark Installer.app")
+        code, text = self.inspect("test_executable")
+        self.assertEqual(code, 0, text)
+
+    def test_the_formats_of_newer_systems_are_not_held_against_a_slice_for_these(self):
+        self.change_info(LSMinimumSystemVersion="10.14")
+        self.relink("x86_64", "-Wl,-platform_version,macos,10.14,11.0", "-Wl,-fixup_chains")
+        code, text = self.inspect("test_executable")
+        self.assertEqual(code, 0, text)
 
     def test_the_pointers_and_methods_of_newer_systems_pass_for_apple_silicon(self):
         self.relink("arm64", "-Wl,-fixup_chains", "-Wl,-objc_relative_method_lists")
@@ -248,26 +259,11 @@ class Damage(DistributionCopy):
         self.assert_named("test_executable.test_a_signed_intel_slice_is_signed_for_its_oldest_system",
                           "(2, 4096) != (1, 4096)")
 
-    def test_a_signature_that_the_oldest_system_knows_passes_and_one_of_larger_pages_does_not(self):
-        self.relink("x86_64", "-Wl,-adhoc_codesign")
-        self.sign_intel_slice_with_sha1(page_bits=12)
-        code, text = self.inspect("test_executable", "-k", "sign")
-        self.assertEqual(code, 0, text)
-        self.sign_intel_slice_with_sha1(page_bits=14)
+    def test_a_signature_of_larger_pages_than_the_oldest_system_has(self):
+        with mock.patch.object(signature, "PAGE_BITS", 14):
+            signature.sign(self.copy / "Quillmark Installer.app")
         self.assert_named("test_executable.test_a_signed_intel_slice_is_signed_for_its_oldest_system",
                           "(1, 16384) != (1, 4096)")
-
-    def sign_intel_slice_with_sha1(self, page_bits):
-        """Rewrites the linker's ad-hoc signature. It stays in its place, for these digests are fewer or shorter."""
-        one = self.slice("x86_64")
-        place, = (command.fields["dataoff"] for command in one.all("LC_CODE_SIGNATURE"))
-        directory = place + struct.unpack_from(">I", one.content, place + 16)[0]
-        hashes, limit = (struct.unpack_from(">I", one.content, directory + at)[0] for at in (16, 32))
-        page_size = 1 << page_bits
-        pages = [one.content[at:min(at + page_size, limit)] for at in range(0, limit, page_size)]
-        self.in_slice("x86_64", directory + 28, struct.pack(">I", len(pages)))
-        self.in_slice("x86_64", directory + 36, bytes([20, macho.SHA1, 0, page_bits]))
-        self.in_slice("x86_64", directory + hashes, b"".join(hashlib.sha1(page).digest() for page in pages))
 
     def test_a_path_of_the_build(self):
         self.in_executable(b"/Applications/Quillmark.app\0", b"/Users/ann/sources/tests.mm\0")

@@ -144,9 +144,15 @@ class Slice:
 
     @functools.cached_property
     def imports(self):
-        """What the symbol table and the loader's tables name; they should agree, and a symbol in either counts."""
-        listed = re.findall(r"\(undefined\).* (\S+) \(from (\S+)\)$", self._ask("nm", "-m", "-u"), re.M)
-        return sorted({*(Import(*pair) for pair in listed), *self._bound.values()})
+        """What the symbol table and the loader's tables name; they should agree, and a symbol in either counts.
+
+        What the slice itself defines, and the loader may replace by an earlier image's definition, is not imported.
+        """
+        listed = {Import(symbol, library) for symbol, library
+                  in re.findall(r"\(undefined\).* (\S+) \(from (\S+)\)$", self._ask("nm", "-m", "-u"), re.M)}
+        undefined = {one.symbol for one in listed}
+        return sorted(listed | {one for one in self._bound.values()
+                                if one.library != "weak" or one.symbol in undefined})
 
     @functools.cached_property
     def unwind_encodings(self):
