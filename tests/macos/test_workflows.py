@@ -192,10 +192,12 @@ class InterfaceDescription(ScratchFolder):
     """The description of an interface file by which ibtool's and ours are compared."""
 
     def describe(self, text):
-        file = self.scratch / "MainMenu.xib"
-        file.write_text(text)
+        interface, compiled = self.scratch / "MainMenu.xib", self.scratch / "MainMenu.nib"
+        interface.write_text(text)
+        outcome = run(REPOSITORY / "tools/compile-interface", interface, compiled)
+        self.assertEqual(outcome.returncode, 0, outcome.stdout)
         program = BUILD / "tests/macos/describe_interface"
-        outcome = subprocess.run([REPOSITORY / "tools/with-display", "--alone", program, file],
+        outcome = subprocess.run([REPOSITORY / "tools/with-display", "--alone", program, compiled],
                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=60)
         self.assertEqual(outcome.returncode, 0, outcome.stderr)
         return outcome.stdout.splitlines()
