@@ -198,8 +198,8 @@ look_at_marker() {
   exists "$file" || return 0
   marker=other
   if [ ! -f "$file" ] || [ -h "$file" ]; then return 0; fi
-  markerPartner=$(sed -n 2p "$file")
-  markerTeam=$(sed -n 3p "$file")
+  markerPartner=$(LC_ALL=C sed -n 2p "$file")
+  markerTeam=$(LC_ALL=C sed -n 3p "$file")
   if printf 'Rmm\n%s\n%s\nyes' "$markerPartner" "$markerTeam" | cmp -s - "$file"; then
     marker=Rmm
   else
