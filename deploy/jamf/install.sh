@@ -174,14 +174,17 @@ state_of_client() {
 }
 
 has_program() {
-  name=$(defaults read "$1/Contents/Info" CFBundleExecutable 2> /dev/null) && [ -x "$1/Contents/MacOS/$name" ]
+  name=$(information "$1" CFBundleExecutable) && [ -x "$1/Contents/MacOS/$name" ]
 }
+
+# A value of a bundle's Info.plist. What lies in a home may be a pipe, which would never be read to its end.
+information() { [ -f "$1/Contents/Info.plist" ] && defaults read "$1/Contents/Info" "$2" 2> /dev/null; }
 
 lacks_a_part() { diff -r -q "$payload/$client" "$1" 2> /dev/null | grep -q -F "Only in $payload/$client"; }
 
 version_of() {
   for key in CFBundleShortVersionString CFBundleVersion; do
-    if version=$(defaults read "$1/Contents/Info" "$key" 2> /dev/null); then
+    if version=$(information "$1" "$key"); then
       shown "$version"
       return
     fi
@@ -397,8 +400,8 @@ survives_shell() {
   esac
 }
 
-# Without its components the installer would wait in an alert, without the heading in a run loop, and nobody would see
-# either; without the component the VPN would not work.
+# Without its components the installer would wait in an alert that nobody sees. Without this Mac's release name its
+# installation ends half-way, and without the component the client cannot connect.
 check_distribution() {
   for item in "$program" "$payload/$client" "$payload/client.up.tunnelblick.sh" "$payload/client.down.tunnelblick.sh" \
     "$components"; do

@@ -165,14 +165,17 @@ state_of_client() {
 }
 
 has_program() {
-  name=$(defaults read "$1/Contents/Info" CFBundleExecutable 2> /dev/null) && [ -x "$1/Contents/MacOS/$name" ]
+  name=$(information "$1" CFBundleExecutable) && [ -x "$1/Contents/MacOS/$name" ]
 }
+
+# A value of a bundle's Info.plist. What lies in a home may be a pipe, which would never be read to its end.
+information() { [ -f "$1/Contents/Info.plist" ] && defaults read "$1/Contents/Info" "$2" 2> /dev/null; }
 
 lacks_a_part() { diff -r -q "$payload/$client" "$1" 2> /dev/null | grep -q -F "Only in $payload/$client"; }
 
 version_of() {
   for key in CFBundleShortVersionString CFBundleVersion; do
-    if version=$(defaults read "$1/Contents/Info" "$key" 2> /dev/null); then
+    if version=$(information "$1" "$key"); then
       shown "$version"
       return
     fi

@@ -80,12 +80,14 @@ class Incomplete(CheckTest):
                 hidden.rename(item)
 
     def test_a_client_that_cannot_be_opened(self):
+        mac = self.installed_mac()
+        hidden = mac.folder / "hidden"
         for lost in ["Contents/MacOS", "Contents/MacOS/Quillmark", "Contents/Info.plist", "Contents"]:
             with self.subTest(lost):
-                mac = self.installed_mac()
-                shutil.move(mac.system_application / lost, mac.folder / "hidden")
+                (mac.system_application / lost).rename(hidden)
                 self.assert_found(mac.check(*BOTH), 3, system_client="incomplete", user_client="complete",
                                   verdict="incomplete")
+                hidden.rename(mac.system_application / lost)
 
     def test_a_client_of_the_same_version_that_lacks_a_part(self):
         mac = self.installed_mac()
@@ -97,6 +99,21 @@ class Incomplete(CheckTest):
         mac = self.installed_mac()
         shutil.rmtree(mac.home / "Applications")
         self.assert_found(mac.check(*BOTH), 3, user_client="absent", verdict="incomplete")
+
+
+class Traps(CheckTest):
+    def test_pipes_in_the_place_of_files_do_not_hold_the_check_up(self):
+        mac = self.installed_mac()
+        for item, status in [(mac.user_application / "Contents/Info.plist", 3), (mac.staging_folder / SCRIPTS[0], 3),
+                             (mac.user_application / "Contents/Resources/tunnel.dat", 5),
+                             (mac.staging_folder / "QuillmarkGuard/built-for", 5), (mac.marker, 4)]:
+            with self.subTest(item.name):
+                content = item.read_bytes()
+                item.unlink()
+                os.mkfifo(item, 0o666)
+                self.assert_status(mac.check(*BOTH), status)
+                item.unlink()
+                item.write_bytes(content)
 
 
 class OtherIdentifiers(CheckTest):
@@ -125,9 +142,9 @@ class OtherIdentifiers(CheckTest):
                      b"rmm\nP1\nT2\nyes", b"Rmm\0\nP1\nT2\nyes"]:
             with self.subTest(text):
                 mac.marker.write_bytes(text)
-                for arguments in [BOTH, []]:
-                    self.assert_found(mac.check(*arguments), 4, marker="other", marker_team="(none)",
-                                      verdict="other-identifiers")
+                self.assert_found(mac.check(*BOTH), 4, marker="other", marker_team="(none)",
+                                  verdict="other-identifiers")
+        self.assert_found(mac.check(), 4, team_from="none", marker="other", verdict="other-identifiers")
 
     def test_a_marker_that_is_a_link_or_a_folder_is_not_read(self):
         mac = self.installed_mac()

@@ -57,7 +57,7 @@ class Committed(unittest.TestCase):
                 run = subprocess.run([*shell, "-n", path], capture_output=True, text=True, check=False)
                 self.assertEqual((run.stderr, run.returncode), ("", 0), path)
 
-    @unittest.skipUnless(shutil.which("shellcheck"), "no shellcheck (tools/install-packages --lint)")
+    @unittest.skipUnless(shutil.which("shellcheck"), "no shellcheck (package shellcheck)")
     def test_shellcheck_finds_nothing(self):
         run = subprocess.run(["shellcheck", "--shell=sh", *made_scripts()], capture_output=True, text=True, check=False)
         self.assertEqual((run.stdout, run.returncode), ("", 0))

@@ -146,8 +146,7 @@ class Failing(RemoveTest):
 
     def test_nothing_is_removed_while_an_installation_is_at_work(self):
         mac = self.installed_mac()
-        mac.write("/Library/Management/remove.sh", "")
-        mac.run("remove.sh", "--help")
+        mac.bring("remove.sh")
         mac.replace_installer("unset STAND_IN_USER; /bin/sh /Library/Management/remove.sh; echo \"removal: $?\"")
         run = mac.run("install.sh", *BOTH)
         self.assertIn("removal: 75\n", run.output)

@@ -109,13 +109,17 @@ class FleetMac(Mac):
 
     def run(self, script, *arguments, shell=("/bin/sh",), user=None, display=False):
         """Runs a script of the kit, or a changed one, as the management tool does: as root unless a user is named."""
+        place = self.bring(script)
+        sudo = ["/bin/sudo", "-H", "-u", user] if user else []
+        return self.execute(*sudo, *shell, place, *arguments, display=display)
+
+    def bring(self, script):
+        """Puts a script where the management tool keeps it; answers with the place."""
         if not isinstance(script, Path):
             script = KIT / script
-        place = self.at(MANAGEMENT)
-        place.mkdir(parents=True, exist_ok=True)
-        shutil.copy(script, place / script.name)
-        sudo = ["/bin/sudo", "-H", "-u", user] if user else []
-        return self.execute(*sudo, *shell, f"{MANAGEMENT}/{script.name}", *arguments, display=display)
+        self.at(MANAGEMENT).mkdir(parents=True, exist_ok=True)
+        shutil.copy(script, self.at(MANAGEMENT) / script.name)
+        return f"{MANAGEMENT}/{script.name}"
 
     def execute(self, program, *arguments, display=False):
         command = [sys.executable, str(MAC_ROOT), *map(str, self.options), *self.faults, "--program", program, "--",

@@ -53,8 +53,8 @@ survives_shell() {
   esac
 }
 
-# Without its components the installer would wait in an alert, without the heading in a run loop, and nobody would see
-# either; without the component the VPN would not work.
+# Without its components the installer would wait in an alert that nobody sees. Without this Mac's release name its
+# installation ends half-way, and without the component the client cannot connect.
 check_distribution() {
   for item in "$program" "$payload/$client" "$payload/client.up.tunnelblick.sh" "$payload/client.down.tunnelblick.sh" \
     "$components"; do
