@@ -2,8 +2,8 @@
 
 import os
 import shutil
+import subprocess
 import tempfile
-import time
 from pathlib import Path
 
 from support.fleet import BOTH, FLEET_COPY, KIT, MANAGED_MARKER, STANDARD, STAND_INS, FleetTest
@@ -237,6 +237,17 @@ class UnfitPaths(RefusingTest):
             with self.subTest(home):
                 self.assert_refuses(self.mac(home=home), 65, f"shell character in '/Users/{home}'", *BOTH)
 
+    def test_each_character_that_means_something_to_a_shell_is_found_by_either_shell(self):
+        text = (KIT / "install.sh").read_text()
+        function = text[text.index("survives_shell() {"):]
+        function = function[:function.index("\n}\n") + 3]
+        fit, unfit = "/Users/jörg+東京=1%,@~#^.-_:!", " \t\r\v\f\n\x01\x7f\"'`\\$&;|<>*?[](){}"
+        for shell in [["dash"], ["bash", "--posix"]]:
+            script = f'{function}for path; do survives_shell "$path"; echo $?; done'
+            told = subprocess.run([*shell, "-c", script, "sh", fit, *(f"/Users/a{sign}b" for sign in unfit)],
+                                  env={"PATH": os.environ["PATH"]}, stdout=subprocess.PIPE, text=True, check=True)
+            self.assertEqual(told.stdout.split(), ["0"] + ["1"] * len(unfit), shell)
+
     def test_a_blank_in_the_temporary_folder_is_refused(self):
         mac = self.mac(temporary="/private/var/folders/x x/T")
         self.assert_refuses(mac, 65, "shell character in '/private/var/folders/x x/T/'", *BOTH)
@@ -335,10 +346,8 @@ class OneAtATime(FleetTest):
         self.assert_starts(mac)
 
     def test_a_lock_whose_owner_lives_is_respected(self):
-        mac = self.mac()
-        mac.write(f"{LOCK}/owner", "1\n")
-        self.assert_refused(mac.run("install.sh", *BOTH), 75, "another installation or removal is at work")
-        self.assertEqual(mac.at(f"{LOCK}/owner").read_text(), "1\n")
+        run = self.run_beside_a_lock(self.mac(), "now")
+        self.assert_refused(run, 75, "another installation or removal is at work")
 
     def test_a_lock_that_has_just_been_made_is_respected(self):
         mac = self.mac()
@@ -347,10 +356,18 @@ class OneAtATime(FleetTest):
 
     def test_a_lock_older_than_an_hour_is_taken_over_whoever_has_its_owners_number_now(self):
         mac = self.mac()
-        mac.write(f"{LOCK}/owner", "1\n")
-        old = time.time() - 61 * 60
-        os.utime(mac.at(LOCK), (old, old))
-        self.assert_starts(mac)
+        mac.replace_installer(NOTES_ITS_ARGUMENTS)
+        self.assert_status(self.run_beside_a_lock(mac, "61 minutes ago"), 3)
+        self.assertTrue((mac.home / "arguments").exists())
+        self.assertFalse(mac.at(LOCK).exists())
+
+    def run_beside_a_lock(self, mac, made):
+        """Runs the script while there is a lock made at that time, whose owner lives."""
+        return mac.execute("/bin/sh", "-c", f"""
+            mkdir {LOCK}
+            echo $$ > {LOCK}/owner
+            touch -d '{made}' {LOCK}
+            /bin/sh "$@" || exit""", "sh", mac.bring("install.sh"), *BOTH)
 
     def test_of_many_that_find_a_stale_lock_one_starts(self):
         mac = self.mac()

@@ -142,6 +142,10 @@ class CommandLine(unittest.TestCase):
         self.assertEqual(run.returncode, 0)
         self.assertIn("--check", run.stdout)
 
+    def test_the_current_folder_may_be_the_kit(self):
+        run = make_fleet_kit("--check", ".", cwd=KIT)
+        self.assertEqual((run.stdout, run.stderr, run.returncode), ("", "", 0))
+
     def test_a_folder_that_is_no_kit_is_refused(self):
         with tempfile.TemporaryDirectory() as folder:
             run = make_fleet_kit(folder)
@@ -253,8 +257,8 @@ class BadPropertyLists(KitTest):
         good = plistlib.loads((self.kit / MANIFEST).read_bytes())
         team = next(key for key in good["pfm_subkeys"] if key["pfm_name"] == "teamID")
         for change, reason in [({"pfm_type": "data"}, "the type 'data' of 'teamID' is none of string"),
-                               ({"pfm_type": 7}, "pfm_type of 'teamID' is missing, or its type is"),
-                               ({"pfm_title": ["x"]}, "pfm_title of 'teamID' is missing, or its type is"),
+                               ({"pfm_type": 7}, "pfm_type of 'teamID' is missing or of another type"),
+                               ({"pfm_title": ["x"]}, "pfm_title of 'teamID' is missing or of another type"),
                                ({"pfm_format": "["}, "the format of 'teamID' is no regular expression"),
                                ({"pfm_name": "partnerID"}, "the key 'partnerID' is there twice")]:
             with self.subTest(change):

@@ -18,6 +18,9 @@
 # include: remove
 
 remove_everything
-rm -rf '/Library/Application Support/Quillmark Installer'
-tell '/Library/Application Support/Quillmark Installer'
+fleetCopy='/Library/Application Support/Quillmark Installer'
+if exists "$fleetCopy"; then
+  rm -rf "$fleetCopy"
+  tell "$fleetCopy"
+fi
 exit $status
