@@ -472,7 +472,8 @@ signal_all() {
   return "$reached"
 }
 
-# A user who is no administrator cannot write to /Applications, and an administrator cannot replace what belongs to root.
+# A user who is no administrator cannot write to /Applications, and an administrator cannot replace what belongs to
+# root.
 complete_system_client() {
   if same_contents "$payload/$client" "$systemClient"; then return; fi
   new=/Applications/.$client.new old=/Applications/.$client.old

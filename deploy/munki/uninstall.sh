@@ -136,8 +136,8 @@ remove_as() {
   fi
 }
 
-# What an installation through the helper has gathered has names that others use too: it is the installer's if the client
-# lies beside it.
+# What an installation through the helper has gathered has names that others use too: it is the installer's if the
+# client lies beside it.
 remove_temporary_copies() {
   if exists "$2/$client"; then
     for item in client.up.tunnelblick.sh client.down.tunnelblick.sh ca.crt client.crt client.key client.ovpn \

@@ -225,8 +225,8 @@ class BadScripts(KitTest):
 
 class BadPropertyLists(KitTest):
     def test_a_manifest_that_is_no_property_list(self):
-        for text in ["", "x", "<plist", "<plist><dict><key>a</key></dict></plist>", "<plist><integer>x</integer></plist>",
-                     "<plist>" + "<array>" * 5000 + "</array>" * 5000 + "</plist>",
+        for text in ["", "x", "<plist", "<plist><dict><key>a</key></dict></plist>",
+                     "<plist><integer>x</integer></plist>", "<plist>" + "<array>" * 5000 + "</array>" * 5000 + "</plist>",
                      '<!DOCTYPE plist [<!ENTITY a "aaaa">]><plist><string>&a;</string></plist>']:
             with self.subTest(text[:60]):
                 (self.kit / MANIFEST).write_text(text)

@@ -4,7 +4,7 @@ from support.fleet import BOTH, MANAGED_MARKER, STANDARD, FleetTest
 
 
 class Road(FleetTest):
-    """An administrator's whole road: with Debian's shell, and with bash in its POSIX mode, which a Mac has as /bin/sh."""
+    """An administrator's whole road, with Debian's shell and with bash in its POSIX mode, which is a Mac's /bin/sh."""
 
     def go(self, mac, *shell):
         self.assert_status(mac.check(*BOTH, shell=shell), 1)

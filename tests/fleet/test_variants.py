@@ -54,8 +54,8 @@ class Variants(FleetTest):
         self.assertEqual((jamf.status, jamf.output), (0, f"<result>{verdict}</result>\n"))
         intune = mac.run("intune/custom-attribute.sh", **options)
         self.assertEqual((intune.status, intune.output), (0, "; ".join([verdict, *findings]) + "\n"))
-        # Munki's 0 and Kandji's 1 call for an installation. What was wrongly used is neither for Munki to repeat nor for
-        # Kandji to pass.
+        # Munki's 0 and Kandji's 1 call for an installation. What was wrongly used Munki is not to repeat, nor Kandji to
+        # pass.
         self.assertEqual(mac.run("munki/installcheck.sh", **options).status, 0 if needed else 1)
         self.assertEqual(mac.run("kandji/audit.sh", **options).status, 0 if needed is False else 1)
 
