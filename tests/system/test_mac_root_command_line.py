@@ -18,7 +18,7 @@ class CommandLine(MacRootTest):
         for option in ["--root", "--assemble-only", "--program", "--release", "--no-licence", "--processor", "--home",
                        "--relocated", "--relocated-without-original", "--relocation-query-fails", "--appkit-version",
                        "--no-user-applications", "--read-only", "--full", "--components", "--temporary", "--display",
-                       "--security", "--way"]:
+                       "--security", "--way", "--stand-ins"]:
             self.assertIn(f"  {option} ", result.stdout.replace("\n", " \n"))
 
     def test_an_unknown_option_is_refused_with_the_usage(self):
@@ -98,6 +98,9 @@ class CommandLine(MacRootTest):
         result = self.mac_root("--distribution", distribution)
         self.assert_refused(result, "holds no components", status=125)
         self.inside("true", "--distribution", distribution, "--components", "missing")
+
+    def test_stand_ins_that_are_not_there_are_refused(self):
+        self.assert_refused(self.mac_root("--stand-ins", "/none"), "the stand-ins /none are not a folder", status=125)
 
     def test_a_security_framework_that_was_not_built_is_refused(self):
         result = self.mac_root("--root", self.root, "--security", self.folder / "none")

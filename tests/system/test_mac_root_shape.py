@@ -43,6 +43,26 @@ class MacShape(MacRootTest):
         self.assertEqual(self.inside("command -v awk; awk -version; /usr/bin/awk -version"),
                          f"/usr/local/bin/awk\n{version}{version}")
 
+    def test_stand_ins_are_found_in_bin_with_a_shell_and_the_tools_of_the_root(self):
+        stand_ins = self.folder / "stand-ins"
+        stand_ins.mkdir()
+        (stand_ins / "id").write_text("#!/bin/sh\necho 0\n")
+        (stand_ins / "id").chmod(0o755)
+        self.assertEqual(self.inside("id -u; PATH=/bin; id -u; uname -m; type awk", "--stand-ins", stand_ins),
+                         "501\n0\narm64\nawk is /bin/awk\n")
+
+    def test_with_stand_ins_the_folders_of_all_users_can_be_changed(self):
+        stand_ins = self.folder / "stand-ins"
+        stand_ins.mkdir()
+        self.inside("mkdir /Library/x /Users/ben && ! mkdir /System/x 2> /dev/null", "--stand-ins", stand_ins)
+
+    def test_a_kept_root_has_its_own_programs_again_without_stand_ins(self):
+        stand_ins = self.folder / "stand-ins"
+        stand_ins.mkdir()
+        self.assemble("--stand-ins", stand_ins)
+        self.assemble()
+        self.assertEqual(self.inside("readlink /bin", "--root", self.root), "usr/bin\n")
+
     def test_open_notes_its_arguments_one_call_a_line(self):
         self.assertEqual(self.inside("open -a 'Some App'; open https://example.com; cat $HOME/Library/Logs/open.log"),
                          "-a Some App\nhttps://example.com\n")

@@ -1,0 +1,1 @@
+# Made by tools/make-fleet-kit from deploy/src; a change belongs there.

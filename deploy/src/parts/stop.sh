@@ -1,0 +1,7 @@
+# stop STATUS REASON
+stop() {
+  stopStatus=$1
+  shift
+  say "$*"
+  exit "$stopStatus"
+}
