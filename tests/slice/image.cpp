@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -70,6 +71,11 @@ const std::set<std::uint32_t> plainSections = {0, 1, 2, 3, 4, 5, 6, 7, 8, 0xb, 0
 template <std::size_t length>
 std::string text(const char (&name)[length]) {
   return {name, strnlen(name, length)};
+}
+
+std::string hexadecimal(std::uint32_t number) {
+  char digits[8];
+  return "0x" + std::string(digits, std::to_chars(std::begin(digits), std::end(digits), number, 16).ptr);
 }
 
 /// A part of the file, which is taken from its start on.
@@ -201,7 +207,7 @@ class Reader {
       case sourceVersion:
         return;
       default:
-        refuse("no support for the load command " + std::to_string(command));
+        refuse("no support for the load command " + hexadecimal(command));
     }
   }
 
@@ -276,7 +282,7 @@ class Reader {
           break;
         }
         default:
-          refuse("no support for the bind opcode " + std::to_string(byte));
+          refuse("no support for the bind opcode " + hexadecimal(byte));
       }
     }
   }

@@ -8,6 +8,8 @@
 #include <map>
 #include <set>
 
+#include "slice/exceptions.hpp"
+
 namespace quillmark::slice {
 
 namespace {
@@ -55,13 +57,6 @@ void *dlsymOfMac(void *library, const char *name) {
   return dlsym(library, name);
 }
 
-/// It finds its own symbols first. Else those of libstdc++ would mix in, which the stand-ins bring into the process.
-void *openCxxLibrary() {
-  void *const library = dlopen("libc++.so.1", RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
-  if (library == nullptr) refuse(dlerror());
-  return library;
-}
-
 /// The class that a symbol with the prefix names, or Nil.
 Class classIn(const std::string &symbol, std::string_view prefix) {
   return symbol.starts_with(prefix) ? objc_lookUpClass(symbol.c_str() + prefix.size()) : Nil;
@@ -79,13 +74,12 @@ const void *counterpart(const std::string &symbol, const std::string &library) {
       {"_dlsym", reinterpret_cast<void *>(&dlsymOfMac)},
       {"dyld_stub_binder", reinterpret_cast<void *>(&abort)},  // nothing is bound lazily, so nobody calls it
   };
-  static void *const cxxLibrary = openCxxLibrary();
   if (const auto found = different.find(symbol); found != different.end()) return found->second;
   if (Class const c = classIn(symbol, "_OBJC_CLASS_$_")) return c;
   if (Class const c = classIn(symbol, "_OBJC_METACLASS_$_")) return object_getClass(reinterpret_cast<id>(c));
-  if (Class const c = classIn(symbol, "_OBJC_EHTYPE_$_")) return class_getName(c);  // see messages.S
+  if (Class const c = classIn(symbol, "_OBJC_EHTYPE_$_")) return caughtType(c);
   const char *const name = symbol.c_str() + 1;
-  if (library == "/usr/lib/libc++.1.dylib") return dlsym(cxxLibrary, name);
+  if (library == "/usr/lib/libc++.1.dylib") return cxxSymbol(name);
   return library.starts_with("/usr/lib/") && !alike.contains(symbol) ? nullptr : dlsym(RTLD_DEFAULT, name);
 }
 

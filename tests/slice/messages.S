@@ -72,9 +72,4 @@
         jmp r11
         .cfi_endproc
 
-        // What it reads are names of classes, which imports.mm binds to the symbols of what can be caught.
-        function __objc_personality_v0
-        jmp __gnu_objc_personality_v0@PLT
-        .cfi_endproc
-
         .section .note.GNU-stack, "", @progbits

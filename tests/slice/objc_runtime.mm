@@ -20,15 +20,8 @@ std::map<id, std::set<id *>> weakReferences;  // by what they refer to
 
 IMP gnustepDealloc;
 
-/// On a Mac both happen before the object's own -dealloc is done, and here when it arrives at NSObject's.
+/// On a Mac they are cleared before the object's own -dealloc is done, and here when it arrives at NSObject's.
 id dealloc(id self, SEL selector, ...) {
-  static const SEL destruct = sel_registerName(".cxx_destruct");
-  for (Class c = object_getClass(self); class_respondsToSelector(c, destruct); c = class_getSuperclass(c)) {
-    const IMP own = class_getMethodImplementation(c, destruct);
-    Class const parent = class_getSuperclass(c);
-    if (class_respondsToSelector(parent, destruct) && class_getMethodImplementation(parent, destruct) == own) continue;
-    own(self, destruct);
-  }
   {
     const std::lock_guard<std::mutex> lock(mutex);
     if (const auto references = weakReferences.extract(self)) {
@@ -53,8 +46,10 @@ id objc_storeWeak(id *location, id object) {
 }
 
 id objc_loadWeak(id *location) {
-  const std::lock_guard<std::mutex> lock(mutex);
-  return [[*location retain] autorelease];
+  std::unique_lock<std::mutex> lock(mutex);
+  const id object = [*location retain];
+  lock.unlock();  // what autoreleases may deallocate something
+  return [object autorelease];
 }
 
 void objc_destroyWeak(id *location) { objc_storeWeak(location, nil); }
@@ -66,11 +61,6 @@ void objc_setProperty_atomic(id self, SEL selector, id value, std::ptrdiff_t off
 void objc_setProperty_atomic_copy(id self, SEL selector, id value, std::ptrdiff_t offset) {
   objc_setProperty(self, selector, std::size_t(offset), value, YES, YES);
 }
-
-/// What is caught comes from the gcc runtime's personality routine, which has let go of all but the object.
-id objc_begin_catch(id exception) { return exception; }
-
-void objc_end_catch() {}
 
 /// For messages.S: the first argument of objc_msgSendSuper2 has the class itself, that of the gcc runtime its parent.
 IMP quillmarkSuperMethod(const struct objc_super *target, SEL selector) {
