@@ -4,8 +4,9 @@
 
 namespace quillmark::slice {
 
-/// Notes each function that is entered, in the file that LLVM_PROFILE_FILE names (tools/mac-root lets this variable
-/// through): a byte for each function, which becomes 1. Does nothing without the variable.
+/// Notes which functions are entered, in the file that LLVM_PROFILE_FILE names, as tools/mac-root lets this variable
+/// through. Of each function, in order, it holds two numbers of 32 bits: its size, and 1 once it was entered. Processes
+/// may share the file. Does nothing without the variable.
 void recordCoverage(const Image &image);
 
 }  // namespace quillmark::slice

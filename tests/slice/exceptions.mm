@@ -69,7 +69,8 @@ using namespace quillmark::slice;
 
 extern "C" {
 
-/// libc++abi's routine decides. In place of an object's record it is shown an exception of its own that holds the object.
+/// libc++abi's routine decides. In place of an object's record it is shown an exception of its own that holds the
+/// object.
 _Unwind_Reason_Code __objc_personality_v0(int version, _Unwind_Action actions, _Unwind_Exception_Class exceptionClass,
                                           _Unwind_Exception *exception, _Unwind_Context *context) {
   static auto *const decide = cxxFunction<decltype(__objc_personality_v0)>("__gxx_personality_v0");
