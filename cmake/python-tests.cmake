@@ -1,16 +1,20 @@
-# quillmark_add_python_tests(KIND [MODULES MODULE ...] [PROPERTIES NAME VALUE ...])
+# quillmark_add_python_tests(KIND [FOLDER FOLDER] [MODULES MODULE ...] [PROPERTIES NAME VALUE ...])
 #
-# Adds each test method of tests/KIND/MODULE.py as KIND.Class.test_method, so that ctest can run several at a time and
-# name what failed. Without MODULES they are all of tests/KIND/test_*.py. The label is KIND; the properties are
-# those of set_tests_properties. The tests run in the folder "tests", where they find "support".
+# Adds each test method of tests/FOLDER/MODULE.py as KIND.Class.test_method, so that ctest can run several at a time and
+# name what failed. FOLDER is KIND unless it is given. Without MODULES they are all of tests/FOLDER/test_*.py. The label
+# is KIND; the properties are those of set_tests_properties. The tests run in the folder "tests", where they find
+# "support".
 function(quillmark_add_python_tests kind)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "MODULES;PROPERTIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER" "MODULES;PROPERTIES")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "quillmark_add_python_tests: what is ${arg_UNPARSED_ARGUMENTS}?")
   endif()
+  if(NOT arg_FOLDER)
+    set(arg_FOLDER ${kind})
+  endif()
   set(folder ${PROJECT_SOURCE_DIR}/tests)
   if(NOT arg_MODULES)
-    file(GLOB files CONFIGURE_DEPENDS ${folder}/${kind}/test_*.py)
+    file(GLOB files CONFIGURE_DEPENDS ${folder}/${arg_FOLDER}/test_*.py)
     foreach(file IN LISTS files)
       get_filename_component(module ${file} NAME_WE)
       list(APPEND arg_MODULES ${module})
@@ -18,8 +22,8 @@ function(quillmark_add_python_tests kind)
   endif()
 
   foreach(module IN LISTS arg_MODULES)
-    list(APPEND names ${kind}.${module})
-    list(APPEND sources ${folder}/${kind}/${module}.py)
+    list(APPEND names ${arg_FOLDER}.${module})
+    list(APPEND sources ${folder}/${arg_FOLDER}/${module}.py)
   endforeach()
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources} ${folder}/support/list_tests.py)
   execute_process(
@@ -31,7 +35,7 @@ function(quillmark_add_python_tests kind)
 
   string(REPLACE "\n" ";" tests "${tests}")
   foreach(test IN LISTS tests)
-    string(REGEX REPLACE "^${kind}\\.[^.]+" "${kind}" name ${test})
+    string(REGEX REPLACE "^${arg_FOLDER}\\.[^.]+" "${kind}" name ${test})
     add_test(NAME ${name} COMMAND python3 -B -m unittest -v ${test} WORKING_DIRECTORY ${folder})
     # With -v unittest says after a test's name why it was skipped.
     set_tests_properties(${name} PROPERTIES
