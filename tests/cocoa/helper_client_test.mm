@@ -171,6 +171,13 @@ class HelperClient : public testing::Test {
     return text();
   }
 
+  /// The same once the connection has ended as well, after which no other line can come.
+  std::string logToItsEnd(std::size_t lines) {
+    (void)log(lines);
+    [delegate_.helperToolConnection invalidate];
+    return log(lines + 1);
+  }
+
   std::string text() { return [[textView_ string] UTF8String]; }
 
   std::size_t lineCount() {
@@ -213,7 +220,7 @@ TEST_F(HelperClient, ABindReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
   registerHelper();
   helper_->error = [NSError errorWithDomain:@"NSPOSIXErrorDomain" code:13 userInfo:nil];
   [delegate_ bindAction:nil];
-  EXPECT_EQ(log(1), "error NSPOSIXErrorDomain / 13\n");
+  EXPECT_EQ(logToItsEnd(1), "error NSPOSIXErrorDomain / 13\nconnection invalidated\n");
 }
 
 TEST_F(HelperClient, AnAuthorizationArrivesWithABind) {
@@ -228,7 +235,7 @@ TEST_F(HelperClient, AnAuthorizationArrivesWithAnInstallAndIsWrittenToTheConsole
   registerHelper();
   delegate_.authorization = [NSData dataWithBytes:"\x0b\xad" length:2];
   [delegate_ installQuillmarkApplication2];
-  ASSERT_EQ(log(1), "success\n");
+  ASSERT_EQ(logToItsEnd(1), "success\nconnection invalidated\n");
   EXPECT_TRUE([helper_->givenAuthorization isEqualToData:delegate_.authorization]);
   const std::string description = [[delegate_.authorization description] UTF8String];
   EXPECT_EQ(spy_.console, (std::vector<std::string>{description, description}));
@@ -370,8 +377,8 @@ TEST_F(HelperClient, ABlessingCarriesANullAuthorizationAlsoAfterASuccess) {
 TEST_F(HelperClient, ASuccessfulInstallReplyLeavesOneLineThenTheInstalledState) {
   registerHelper();
   [delegate_ installQuillmarkApplication2];
-  EXPECT_EQ(log(1), "success\n");
-  EXPECT_TRUE(serveMainLoopUntil([&] { return delegate_.didInstall; }));
+  EXPECT_EQ(logToItsEnd(1), "success\nconnection invalidated\n");
+  EXPECT_TRUE(delegate_.didInstall);
   EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Launch Quillmark"]);
   EXPECT_TRUE([helper_->installedPath isEqualToString:NSTemporaryDirectory()]);
   EXPECT_EQ(helper_->givenAuthorization, nil);
@@ -381,14 +388,14 @@ TEST_F(HelperClient, AFailedInstallReplyLeavesOnlyItsErrorLine) {
   registerHelper();
   helper_->error = [NSError errorWithDomain:@"NSOSStatusErrorDomain" code:-60005 userInfo:nil];
   [delegate_ installQuillmarkApplication2];
-  EXPECT_EQ(log(1), "error NSOSStatusErrorDomain / -60005\n");
+  EXPECT_EQ(logToItsEnd(1), "error NSOSStatusErrorDomain / -60005\nconnection invalidated\n");
   EXPECT_FALSE(delegate_.didInstall);
 }
 
 TEST_F(HelperClient, TheNullAuthorizationIsWrittenToTheConsoleTwiceForEachInstallThatReachesTheHelper) {
   registerHelper();
   [delegate_ installQuillmarkApplication2];
-  ASSERT_EQ(log(1), "success\n");
+  ASSERT_EQ(logToItsEnd(1), "success\nconnection invalidated\n");
   EXPECT_EQ(spy_.console, (std::vector<std::string>{"(null)", "(null)"}));
 }
 

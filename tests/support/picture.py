@@ -1,5 +1,6 @@
 """What is on the screen."""
 
+import functools
 import struct
 import zlib
 from typing import NamedTuple
@@ -39,19 +40,22 @@ class Picture:
         return Area(0, 0, self.width, self.height)
 
     def pixels(self):
-        """Where the pixels lie and their red, green and blue."""
+        """Where the pixels lie and their blue, green and red."""
         for y, line in enumerate(self.lines):
             for x in range(self.width):
-                blue, green, red = line[x * BYTES_PER_PIXEL:x * BYTES_PER_PIXEL + 3]
-                yield x, y, (red, green, blue)
+                yield x, y, line[x * BYTES_PER_PIXEL:x * BYTES_PER_PIXEL + 3]
 
     def colours(self):
         return {colour for _, _, colour in self.pixels()}
 
     def near(self, colour, tolerance=12):
-        """Where pixels have the colour, or almost."""
-        return [(x, y) for x, y, seen in self.pixels()
-                if all(abs(a - b) <= tolerance for a, b in zip(seen, colour))]
+        """Where pixels have the colour of that red, green and blue, or almost."""
+
+        @functools.cache
+        def is_near(pixel):
+            return all(abs(a - b) <= tolerance for a, b in zip(pixel, reversed(colour)))
+
+        return [(x, y) for x, y, pixel in self.pixels() if is_near(pixel)]
 
     def crop(self, area):
         first, last = area.x * BYTES_PER_PIXEL, (area.x + area.width) * BYTES_PER_PIXEL
@@ -89,5 +93,6 @@ def read_window_dump(path):
     dump = path.read_bytes()
     fields = struct.unpack_from(">25I", dump)
     header_size, width, height, bytes_per_line, colours = fields[0], fields[4], fields[5], fields[12], fields[19]
-    start = header_size + colours * struct.calcsize(">IHHHBB")
-    return Picture(width, height, [dump[start + y * bytes_per_line:][:width * BYTES_PER_PIXEL] for y in range(height)])
+    first = header_size + colours * struct.calcsize(">IHHHBB")
+    starts = range(first, first + height * bytes_per_line, bytes_per_line)
+    return Picture(width, height, [dump[start:start + width * BYTES_PER_PIXEL] for start in starts])

@@ -145,6 +145,29 @@ class Failures(ManagedTest):
         self.assertFalse(mac.system_application.exists())
 
 
+class TemporaryFolder(ManagedTest):
+    """The component goes through it by a command of the shell that quotes nothing."""
+
+    def run_managed_with(self, character):
+        mac = self.mac(temporary=f"/private/var/folders/x{character}x/T")
+        installer = self.run_managed(mac, *BOTH)
+        self.assertEqual(installer.console(), MANAGED_LINES)
+        self.assert_same_tree(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
+        return mac
+
+    def test_a_metacharacter_in_its_path_silently_loses_the_component_only(self):
+        for character in "&;$'":
+            with self.subTest(character):
+                mac = self.run_managed_with(character)
+                self.assert_applications(mac)
+                self.assert_staged(mac, None, MANAGED_MARKER)
+
+    def test_a_pattern_that_is_its_path_matches_itself_and_nothing_is_lost(self):
+        for character in "*?":
+            with self.subTest(character):
+                self.assert_installed(self.run_managed_with(character), marker=MANAGED_MARKER)
+
+
 class Repeated(ManagedTest):
     def test_a_second_managed_launch_repeats_it_all_from_a_deleted_and_created_staging_folder(self):
         mac = self.mac()

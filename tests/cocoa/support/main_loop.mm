@@ -2,12 +2,14 @@
 
 #import <AppKit/AppKit.h>
 
+#include <gtest/gtest.h>
+
 #include <memory>
 
 namespace quillmark {
 
 bool serveMainLoopUntil(const std::function<bool()> &condition) {
-  NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:30];
+  NSDate *deadline = [NSDate dateWithTimeIntervalSinceNow:60];
   while (!condition() && [deadline timeIntervalSinceNow] > 0) {
     @autoreleasepool {
       [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.05]];
@@ -21,7 +23,7 @@ void serveMainQueue() {
   [[NSOperationQueue mainQueue] addOperationWithBlock:^{
     *served = true;
   }];
-  (void)serveMainLoopUntil([&] { return *served; });
+  EXPECT_TRUE(serveMainLoopUntil([&] { return *served; })) << "the main queue is not served";
 }
 
 }  // namespace quillmark
