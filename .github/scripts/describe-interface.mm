@@ -91,11 +91,11 @@ static NSString *textOf(id value) {
   NSString *name = [names objectForKey:keyFor(value)];
   if (name != nil) return name;
   if ([value isKindOfClass:[NSFont class]]) {
-    return [NSString stringWithFormat:@"%@ %g", [value fontName], [value pointSize]];
+    return [NSString stringWithFormat:@"%@ %g", [(NSFont *)value fontName], [(NSFont *)value pointSize]];
   }
-  if ([value isKindOfClass:[NSImage class]]) return [NSString stringWithFormat:@"image %@", [value name]];
+  if ([value isKindOfClass:[NSImage class]]) return [NSString stringWithFormat:@"image %@", [(NSImage *)value name]];
   if ([value isKindOfClass:[NSString class]]) {
-    NSData *bytes = [value dataUsingEncoding:NSNonLossyASCIIStringEncoding];
+    NSData *bytes = [(NSString *)value dataUsingEncoding:NSNonLossyASCIIStringEncoding];
     NSString *escaped = [[NSString alloc] initWithData:bytes encoding:NSASCIIStringEncoding];
     escaped = [[escaped componentsSeparatedByString:@"\n"] componentsJoinedByString:@"\\n"];
     return [NSString
@@ -111,11 +111,14 @@ static void meet(id object, NSString *name) {
   [names setObject:name forKey:keyFor(object)];
 
   NSArray *parts = nil;
-  if ([object isKindOfClass:[NSWindow class]]) meet([object contentView], [name stringByAppendingString:@"/content"]);
-  if ([object isKindOfClass:[NSControl class]]) meet([object cell], [name stringByAppendingString:@"/cell"]);
-  if ([object isKindOfClass:[NSMenuItem class]]) meet([object submenu], [name stringByAppendingString:@"/menu"]);
-  if ([object isKindOfClass:[NSView class]]) parts = [object subviews];
-  if ([object isKindOfClass:[NSMenu class]]) parts = [object itemArray];
+  if ([object isKindOfClass:[NSWindow class]])
+    meet([(NSWindow *)object contentView], [name stringByAppendingString:@"/content"]);
+  if ([object isKindOfClass:[NSControl class]])
+    meet([(NSControl *)object cell], [name stringByAppendingString:@"/cell"]);
+  if ([object isKindOfClass:[NSMenuItem class]])
+    meet([(NSMenuItem *)object submenu], [name stringByAppendingString:@"/menu"]);
+  if ([object isKindOfClass:[NSView class]]) parts = [(NSView *)object subviews];
+  if ([object isKindOfClass:[NSMenu class]]) parts = [(NSMenu *)object itemArray];
   for (NSUInteger number = 0; number < [parts count]; ++number) {
     meet([parts objectAtIndex:number], [NSString stringWithFormat:@"%@/%lu", name, (unsigned long)number]);
   }
