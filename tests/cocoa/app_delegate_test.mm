@@ -31,8 +31,9 @@ struct Variable {
 };
 
 TEST(AppDelegateClass, ItsVariablesStandInOrder) {
-  char boolean[4];  // of an Intel Mac when this runs against the slice: not @encode(BOOL)
-  method_getReturnType(class_getInstanceMethod([AppDelegate class], @selector(didInstall)), boolean, sizeof boolean);
+  // What its accessor answers: BOOL is not this host's where the slice of an Intel Mac runs.
+  const Method didInstall = class_getInstanceMethod([AppDelegate class], @selector(didInstall));
+  const char boolean[] = {method_getTypeEncoding(didInstall)[0], 0};
   const Variable expected[] = {
       {"_authRef", "^{AuthorizationOpaqueRef=}"},
       {"didInstall", boolean},
