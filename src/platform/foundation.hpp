@@ -88,13 +88,13 @@ class MainQueue {
   virtual void addOperation(std::function<void()> work) = 0;
 };
 
-/// NSTask cannot start its executable. `what()` is the reason.
+/// NSTask cannot start its executable, or its output cannot be read. `what()` is the reason.
 class TaskLaunchError : public std::runtime_error {
  public:
   TaskLaunchError(const std::string &reason, std::shared_ptr<const void> exception)
       : std::runtime_error(reason), exception(std::move(exception)) {}
 
-  /// The NSException that NSTask raised.
+  /// The NSException that NSTask or NSFileHandle raised.
   std::shared_ptr<const void> exception;
 };
 

@@ -64,6 +64,15 @@ TEST_P(FileManagerContract, RemovingAFolderRemovesItsWholeTree) {
   EXPECT_EQ(at("folder/deep/file"), std::nullopt);
 }
 
+TEST_P(FileManagerContract, RemovingAFolderRemovesItemsOfAnyName) {
+  for (const std::string name : {"back\\slash", "a:b", "c:", "\xFF\xFE", " ", "-rf", "new\nline", "*", "..."}) {
+    addFile("folder/" + name, "text");
+    addFile("folder/deep " + name + "/" + name, "text");
+  }
+  EXPECT_TRUE(files().removeItemAtPath(path("folder")));
+  EXPECT_EQ(at("folder"), std::nullopt);
+}
+
 TEST_P(FileManagerContract, RemovingALinkLeavesItsTarget) {
   addFile("folder/file", "text");
   addLink("link", path("folder"));

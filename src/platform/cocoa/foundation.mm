@@ -69,9 +69,11 @@ std::optional<std::string> CocoaShellTask::standardOutput(const std::string &com
   [task setLaunchPath:@"/bin/sh"];
   [task setArguments:@[ @"-c", string(command) ]];
   [task setStandardOutput:pipe];
+  NSData *output = nil;
   NSException *refusal = nil;
   @try {
     [task launch];
+    output = [[pipe fileHandleForReading] readDataToEndOfFile];
   } @catch (NSException *exception) {
     refusal = exception;
   }
@@ -79,7 +81,6 @@ std::optional<std::string> CocoaShellTask::standardOutput(const std::string &com
     const auto exception = std::make_shared<Retained<NSException>>(Retained<NSException>::retain(refusal));
     throw TaskLaunchError(utf8([refusal reason]), std::shared_ptr<const void>(exception, exception->get()));
   }
-  NSData *output = [[pipe fileHandleForReading] readDataToEndOfFile];
   return optionalUTF8([[[NSString alloc] initWithData:output encoding:NSUTF8StringEncoding] autorelease]);
 }
 

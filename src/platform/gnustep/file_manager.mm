@@ -1,15 +1,19 @@
-// Two file operations as a Mac does them.
+// Three file operations as a Mac does them.
 //
 // -createDirectoryAtPath:… fails on a Mac when a plain file lies at the path. GNUstep's answers YES and leaves the
 // file.
 //
 // -copyItemAtPath:… keeps modes on a Mac. GNUstep's, once it has copied a link, sets the link's mode on what the link
 // leads to, so that files end up with 0777.
+//
+// -removeItemAtPath:… removes a folder whatever the items in it are called. GNUstep's stops at a name with a backslash,
+// at "a:b" and at bytes that are not UTF-8, and never comes to an end at "c:".
 
 #import <Foundation/Foundation.h>
 
 #include <objc/runtime.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 
@@ -84,6 +88,13 @@ void copyItem(const fs::path &source, const fs::path &target, std::error_code &e
   failure.clear();
   copyItem([source fileSystemRepresentation], to, failure);
   return !failure;
+}
+
+/// Nor is it here.
+- (BOOL)removeItemAtPath:(NSString *)path error:(NSError **)error {
+  std::error_code failure;
+  const std::uintmax_t removed = fs::remove_all([path fileSystemRepresentation], failure);
+  return !failure && removed != 0;
 }
 
 @end

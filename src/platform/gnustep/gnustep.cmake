@@ -20,12 +20,14 @@ target_link_libraries(frameworks INTERFACE
 add_library(gnustep_standins OBJECT
   ${gnustepFolder}/appkit_version.mm
   ${gnustepFolder}/blocks.mm
+  ${gnustepFolder}/defaults_lock.mm
   ${gnustepFolder}/event_queue.mm
   ${gnustepFolder}/file_manager.mm
   ${gnustepFolder}/interface.mm
   ${gnustepFolder}/main_bundle.mm
   ${gnustepFolder}/main_queue.mm
   ${gnustepFolder}/security.mm
+  ${gnustepFolder}/signals.cpp
   ${gnustepFolder}/workspace.mm
   ${gnustepFolder}/xpc.mm)
 # Replacing methods of the libraries is what these files are for.

@@ -1,0 +1,55 @@
+// What the stand-ins keep GNUstep from doing to a development host.
+
+#import <Foundation/Foundation.h>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Somebody else's lock, at a path of its own.
+class Lock : public testing::Test {
+ protected:
+  Lock() {
+    std::string name = "/tmp/quillmark-XXXXXX";
+    folder_ = mkdtemp(name.data());
+    EXPECT_TRUE([lock() tryLock]);
+  }
+  ~Lock() override { fs::remove_all(folder_); }
+
+  [[nodiscard]] NSDistributedLock *lock() const {
+    return [NSDistributedLock lockWithPath:[NSString stringWithUTF8String:(folder_ / "lock").c_str()]];
+  }
+  void age(std::chrono::seconds seconds) const {
+    fs::last_write_time(folder_ / "lock", fs::file_time_type::clock::now() - seconds);
+  }
+
+ private:
+  fs::path folder_;
+};
+
+TEST_F(Lock, OneThatIsHeldIsRespected) { EXPECT_FALSE([lock() tryLock]); }
+
+TEST_F(Lock, OneThatAKilledProgramHasLeftIsBroken) {
+  age(std::chrono::seconds(10));
+  EXPECT_TRUE([lock() tryLock]);
+}
+
+TEST(Signals, WhatGNUstepWouldCatchEndsTheApplication) {
+  for (const int number : {SIGINT, SIGTERM}) {
+    EXPECT_EXIT(
+        {
+          (void)signal(number, [](int) {});
+          (void)raise(number);
+          _exit(0);
+        },
+        testing::KilledBySignal(number), "");
+  }
+}
+
+}  // namespace
