@@ -12,7 +12,8 @@ from pathlib import Path
 from support.mac import EXECUTABLE, MAC_ROOT
 from support.mac_root import (DOWNLOADS, LICENCE, RELEASE_COMMAND, RELOCATED_FOLDER, MacRootTest, failure_of,
                               obstacle_of_bubblewrap, obstacle_of_bubblewrap_as_root, obstacle_of_proot)
-from support.waiting import DEADLINE_SECONDS, output_of, until
+from support.processes import child_of, processes_with
+from support.waiting import DEADLINE_SECONDS, until
 
 PLAIN_PYTHON = "/usr/bin/python3"
 
@@ -175,7 +176,7 @@ class Way:
         """What should be gone is not left to the machine when a test fails."""
         for process in processes_with(self.mark()):
             with contextlib.suppress(ProcessLookupError):
-                os.kill(int(process), signal.SIGKILL)
+                os.kill(process, signal.SIGKILL)
 
 
 class RestrictingWay(Way):
@@ -298,16 +299,3 @@ class ProotWay(Way, MacRootTest):
         tool.terminate()
         tool.wait(DEADLINE_SECONDS)
         self.assertEqual(list(Path("/tmp").glob(f"prooted-{proot}-*")), [])
-
-
-def processes_with(argument):
-    found = []
-    for command_line in Path("/proc").glob("[0-9]*/cmdline"):
-        with contextlib.suppress(FileNotFoundError, ProcessLookupError):
-            if argument.encode() in command_line.read_bytes().split(b"\0"):
-                found.append(command_line.parent.name)
-    return found
-
-
-def child_of(parent):
-    return int(output_of("ps", "-o", "pid=", "--ppid", str(parent)))
