@@ -1,4 +1,4 @@
-#include "slice/coverage.hpp"
+#include "slice/loader.hpp"
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -2,7 +2,7 @@
 // libc++abi, and there is one personality routine for both languages. Here the gcc runtime throws the objects, in a
 // record of its own that is foreign to libc++abi.
 
-#include "slice/exceptions.hpp"
+#include "slice/loader.hpp"
 
 #import <Foundation/Foundation.h>
 #include <dlfcn.h>
@@ -10,8 +10,6 @@
 #include <unwind.h>
 
 #include <map>
-
-#include "slice/image.hpp"
 
 namespace quillmark::slice {
 

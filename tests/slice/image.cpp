@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <stdexcept>
 
 namespace quillmark::slice {
 
@@ -87,7 +88,7 @@ class Bytes {
   const std::uint8_t *data() const { return left_.data(); }
 
   Bytes from(std::uint64_t offset) const {
-    if (offset > left_.size()) refuse("the file is shorter than it says");
+    if (offset > left_.size()) throw std::out_of_range("Bytes");
     return Bytes(left_.subspan(offset));
   }
 
@@ -113,33 +114,26 @@ class Bytes {
     return taken;
   }
 
-  // LEB128, see the DWARF standard.
+  // LEB128, see the DWARF standard. Numbers of more than 64 bits are not met.
 
-  std::uint64_t takeUnsigned() { return takeNumber().value; }
+  std::uint64_t takeUnsigned() {
+    std::uint64_t value = 0;
+    int bits = 0;
+    for (std::uint8_t byte = 0x80; (byte & 0x80) != 0; bits += 7) {
+      byte = take<std::uint8_t>();
+      value |= std::uint64_t{byte & 0x7fU} << bits % 64;
+    }
+    return value;
+  }
 
   std::int64_t takeSigned() {
-    const auto [value, bits] = takeNumber();
-    const bool negative = bits < 64 && (value >> (bits - 1) & 1) != 0;
-    return static_cast<std::int64_t>(negative ? value | ~std::uint64_t{0} << bits : value);
+    const std::size_t before = left_.size();
+    const auto value = static_cast<std::int64_t>(takeUnsigned());
+    const std::size_t bits = 7 * (before - left_.size());
+    return bits < 64 ? value << (64 - bits) >> (64 - bits) : value;
   }
 
  private:
-  struct Number {
-    std::uint64_t value = 0;
-    int bits = 0;
-  };
-
-  Number takeNumber() {
-    Number number;
-    for (bool more = true; more; number.bits += 7) {
-      const auto byte = take<std::uint8_t>();
-      if (number.bits > 63) refuse("a number in the file is too long");
-      number.value |= std::uint64_t{byte & 0x7fU} << number.bits;
-      more = (byte & 0x80) != 0;
-    }
-    return number;
-  }
-
   std::span<const std::uint8_t> left_;
 };
 
@@ -221,8 +215,8 @@ class Reader {
         place) {
       refuse("something else is in the place of the segment " + text(segment.name));
     }
-    if (segment.fileSize > segment.size) refuse("the segment " + text(segment.name) + " is larger in the file");
-    std::memcpy(place, slice_.part(segment.fileOffset, segment.fileSize).data(), segment.fileSize);
+    const std::size_t fileSize = std::min(segment.fileSize, segment.size);
+    std::memcpy(place, slice_.part(segment.fileOffset, fileSize).data(), fileSize);
     mprotect(place, segment.size, static_cast<int>(segment.protection));  // the bits are the same on both systems
     if (segment.fileOffset == 0) image_.base = segment.address;
     for (std::uint32_t i = 0; i < segment.sections; ++i) {
@@ -245,10 +239,10 @@ class Reader {
         case 0x00:            // DONE, also behind each entry of the lazy table
           break;
         case 0x10:  // SET_DYLIB_ORDINAL_IMM
-          import.library = library(immediate);
+          import.library = libraries_.at(immediate - 1);
           break;
         case 0x20:  // SET_DYLIB_ORDINAL_ULEB
-          import.library = library(table.takeUnsigned());
+          import.library = libraries_.at(table.takeUnsigned() - 1);
           break;
         case 0x40:  // SET_SYMBOL_TRAILING_FLAGS_IMM
           import.symbol = table.takeText();
@@ -261,8 +255,7 @@ class Reader {
           import.addend = table.takeSigned();
           break;
         case 0x70:  // SET_SEGMENT_AND_OFFSET_ULEB
-          if (immediate >= segments_.size()) refuse("an import lies in no segment");
-          import.slot = segments_[immediate].address + table.takeUnsigned();
+          import.slot = segments_.at(immediate).address + table.takeUnsigned();
           break;
         case 0x80:  // ADD_ADDR_ULEB
           import.slot += table.takeUnsigned();
@@ -287,22 +280,9 @@ class Reader {
     }
   }
 
-  const std::string &library(std::uint64_t ordinal) const {
-    if (ordinal - 1 >= libraries_.size()) refuse("an import comes from a library that is not loaded");
-    return libraries_[ordinal - 1];
-  }
-
   void addImport(Import &import, std::uint64_t skipped) {
-    if (!isWritable(import.slot)) refuse("the import " + import.symbol + " lies where nothing can be written");
     image_.imports.push_back(import);
     import.slot += sizeof(void *) + skipped;
-  }
-
-  bool isWritable(std::uintptr_t slot) const {
-    return std::ranges::any_of(segments_, [slot](const SegmentHeader &segment) {
-      return (segment.protection & PROT_WRITE) != 0 && slot >= segment.address &&
-             slot - segment.address + sizeof(void *) <= segment.size;
-    });
   }
 
   void readFunctions(Bytes distances) {
@@ -339,7 +319,11 @@ Image map(const std::string &path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) refuse(path + " cannot be read");
   const std::string content(std::istreambuf_iterator<char>(file), {});
-  return Reader(sliceOf(Bytes({reinterpret_cast<const std::uint8_t *>(content.data()), content.size()}))).read();
+  try {
+    return Reader(sliceOf(Bytes({reinterpret_cast<const std::uint8_t *>(content.data()), content.size()}))).read();
+  } catch (const std::out_of_range &) {
+    refuse("the file refers to what it does not hold");
+  }
 }
 
 }  // namespace quillmark::slice

@@ -1,4 +1,4 @@
-#include "slice/imports.hpp"
+#include "slice/loader.hpp"
 
 #import <Foundation/Foundation.h>
 #include <dispatch/dispatch.h>
@@ -7,8 +7,6 @@
 #include <cstdlib>
 #include <map>
 #include <set>
-
-#include "slice/exceptions.hpp"
 
 namespace quillmark::slice {
 
@@ -85,7 +83,7 @@ const void *counterpart(const std::string &symbol, const std::string &library) {
 
 }  // namespace
 
-void bind(const Image &image) {
+void bindImports(const Image &image) {
   std::string missing;
   for (const auto &[symbol, library, slot, addend] : image.imports) {
     const void *const address = counterpart(symbol, library);

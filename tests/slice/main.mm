@@ -7,12 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "slice/coverage.hpp"
-#include "slice/image.hpp"
-#include "slice/imports.hpp"
-#include "slice/metadata.hpp"
-#include "slice/objc_runtime.hpp"
-#include "slice/unwinding.hpp"
+#include "slice/loader.hpp"
 
 namespace slice = quillmark::slice;
 
@@ -27,7 +22,7 @@ int main(int argc, char *argv[], char *environment[]) {
   const auto image = slice::map(named != nullptr ? named : beside);
   slice::running = &image;
   @autoreleasepool {
-    slice::bind(image);
+    slice::bindImports(image);
     slice::registerFrames(image);
     slice::completeDeallocation();
     slice::registerMetadata(image);

@@ -1,4 +1,4 @@
-#include "slice/metadata.hpp"
+#include "slice/loader.hpp"
 
 #import <Foundation/Foundation.h>
 #include <objc/runtime.h>
@@ -77,14 +77,9 @@ struct AppleString {
   std::uint64_t length;
 };
 
-struct AppleImageInfo {
-  std::uint32_t version, flags;
-};
-
 constexpr std::uint64_t eightBitText = 0x7c8;
 // RO_META, RO_HAS_CXX_STRUCTORS, RO_HIDDEN, RO_HAS_CXX_DTOR_ONLY and RO_HAS_WEAK_WITHOUT_ARC
 constexpr std::uint32_t knownClassFlags = 0x1 | 0x4 | 0x10 | 0x100 | 0x200;
-constexpr std::uint32_t hasCategoryClassProperties = 0x40;  // true of no category
 const std::set<std::string> knownSections = {
     "__objc_classlist", "__objc_classname", "__objc_classrefs", "__objc_const",    "__objc_data",
     "__objc_imageinfo", "__objc_ivar",      "__objc_methname",  "__objc_methtype", "__objc_protolist",
@@ -128,7 +123,7 @@ class Registration {
   explicit Registration(const Image &image) : image_(image) {}
 
   void run() {
-    refuseUnknownKinds();
+    refuseUnknownSections();
     for (AppleString &string : all<AppleString>("__cfstring")) convert(string);
     for (const char *&reference : all<const char *>("__objc_selrefs")) {
       reference = reinterpret_cast<const char *>(sel_registerName(reference));
@@ -153,15 +148,10 @@ class Registration {
     return section == nullptr ? std::span<T>() : section->as<T>();
   }
 
-  void refuseUnknownKinds() {
+  void refuseUnknownSections() {
     for (const Section &section : image_.sections) {
       if (section.name.starts_with("__objc_") && !knownSections.contains(section.name)) {
         refuse("no support for the section " + section.name);
-      }
-    }
-    for (const AppleImageInfo &info : all<AppleImageInfo>("__objc_imageinfo")) {
-      if (info.version != 0 || (info.flags & ~hasCategoryClassProperties) != 0) {
-        refuse("no support for what __objc_imageinfo asks for");
       }
     }
   }

@@ -1,7 +1,7 @@
 // What compiled code calls of Apple's Objective-C runtime and the gcc runtime lacks. The names are Apple's, as clang's
 // documentation of automatic reference counting and Apple's objc-exception.h and objc-internal.h have them.
 
-#include "slice/objc_runtime.hpp"
+#include "slice/loader.hpp"
 
 #import <Foundation/Foundation.h>
 #include <objc/message.h>

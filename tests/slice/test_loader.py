@@ -41,7 +41,6 @@ static int failed;
 """
 NOTHING = "int main() { return 0; }"
 
-EXECUTABLE = 2
 LC_SEGMENT_64, LC_DYLD_INFO_ONLY, LC_MAIN = 0x19, 0x80000022, 0x80000028
 
 
@@ -240,7 +239,7 @@ class Refusals(LoaderTest):
         for length in (0, 3, 40, 500, len(whole) // 2):
             with self.subTest(length=length):
                 self.program.write_bytes(whole[:length])
-                self.assert_refused("the file is shorter than it says")
+                self.assert_refused("the file refers to what it does not hold")
 
     # Load commands, segments and sections
 
@@ -314,19 +313,15 @@ class Refusals(LoaderTest):
         self.build("""extern "C" void *dlsym(long, const char *); int main() { dlsym(-2, "floor"); }""")
         self.assert_refused("no support for RTLD_DEFAULT and its like")
 
-    def test_bind_tables_that_say_what_no_linker_writes(self):
+    def test_bind_tables_that_say_what_no_linker_writes_for_this_product(self):
         for opcodes, reason in [
                 (b"\x52", "no support for an import that is no pointer"),
-                (b"\x1f", "an import comes from a library that is not loaded"),
-                (b"\x7f\0", "an import lies in no segment"),
-                (b"\x71\0\x90", "the import  lies where nothing can be written"),
-                (b"\xd0", "no support for the bind opcode 0xd0"),
-                (b"\x60" + b"\xff" * 10, "a number in the file is too long")]:
-            with self.subTest(reason):
-                self.build("""int main() { NSLog(@"a", @"b", @"c", @"d"); }""")
-                at = self.command(LC_DYLD_INFO_ONLY) + 16
-                table, size = struct.unpack_from("<2I", self.program.read_bytes(), at)
-                self.assertGreaterEqual(size, len(opcodes))
+                (b"\x1f", "the file refers to what it does not hold"),  # a library
+                (b"\x7f\0", "the file refers to what it does not hold"),  # a segment
+                (b"\xd0", "no support for the bind opcode 0xd0")]:
+            with self.subTest(opcodes):
+                self.build("""int main() { NSLog(@"a", @"b"); }""")
+                table, = struct.unpack_from("<I", self.program.read_bytes(), self.command(LC_DYLD_INFO_ONLY) + 16)
                 self.patch(table, f"{len(opcodes)}s", opcodes)
                 self.assert_refused(reason)
 
@@ -374,13 +369,6 @@ class Refusals(LoaderTest):
         self.build("""int main() { @try { NSLog(@"a"); } @catch (NSObject *) {} }""",
                    self.stub("_objc_ehtype_vtable", library="/usr/lib/libobjc.A.dylib"))
         self.assert_refused("these symbols have no counterpart:\n  _objc_ehtype_vtable of /usr/lib/libobjc.A.dylib")
-
-    def test_metadata_for_a_garbage_collector(self):
-        self.build("@interface Own : NSObject\n@end\n@implementation Own\n@end " + NOTHING)
-        content = self.program.read_bytes()
-        section, = struct.unpack_from("<I", content, content.index(b"__objc_imageinfo") + 48)
-        self.patch(section + 4, "I", 2)
-        self.assert_refused("no support for what __objc_imageinfo asks for")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-#include "slice/unwinding.hpp"
+#include "slice/loader.hpp"
 
 #include <cstddef>
 #include <map>
