@@ -126,10 +126,10 @@ class Desktop:
             pass
         found = []
         for line in listed.splitlines():
-            identifier, _, _, title = line.split(maxsplit=3)
+            identifier, _, _, *title = line.split(maxsplit=3)
             area = self.area_of(identifier)
             if area:
-                found.append(Window(identifier, title, area))
+                found.append(Window(identifier, "".join(title), area))
         return found
 
     def areas_of_visible(self, title):

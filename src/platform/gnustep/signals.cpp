@@ -1,7 +1,7 @@
-// SIGINT and SIGTERM end the application at once, as on a Mac. GNUstep's display server has handlers of its own for them,
-// which terminate the application from inside the signal: mostly without effect, and early in the launch in an abort or
-// a deadlock in Xlib. The C library's call is replaced, because the handlers are set before any code of the application
-// runs that could take them back.
+// SIGINT and SIGTERM end the application at once, as on a Mac. GNUstep's display server has handlers of its own for
+// them, which terminate the application from inside the signal: mostly without effect, and early in the launch in an
+// abort or a deadlock in Xlib. The C library's call is replaced, because the handlers are set before any code of the
+// application runs that could take them back.
 
 #include <dlfcn.h>
 
