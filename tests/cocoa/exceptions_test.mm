@@ -4,6 +4,8 @@
 #include <objc/runtime.h>
 
 #import "app/AppDelegate.h"
+#include "cocoa/support/shell_outcome.hpp"
+#import "platform/cocoa/foundation.h"
 
 static NSException *refusal() {
   static NSException *const exception = [[NSException alloc] initWithName:NSInvalidArgumentException
@@ -11,6 +13,17 @@ static NSException *refusal() {
                                                                  userInfo:@{@"path" : @"/bin/sh"}];
   return exception;
 }
+
+@interface NSFileHandle (NoOutput)
+@end
+
+@implementation NSFileHandle (NoOutput)
+
+- (NSData *)readWithoutOutput {
+  @throw refusal();
+}
+
+@end
 
 @interface NSTask (NoShell)
 @end
@@ -45,6 +58,20 @@ TEST(Exceptions, ALicenceTextThatIsMissingRaisesNSRangeException) {
     ASSERT_NE(exception, nil);
     EXPECT_TRUE([[exception name] isEqualToString:NSRangeException]);
     EXPECT_GT([[exception reason] length], 0U);
+  }
+}
+
+TEST(Exceptions, AShellWhoseOutputCannotBeReadCountsAsOneThatCannotBeStarted) {
+  @autoreleasepool {
+    const Class concrete = object_getClass([[NSPipe pipe] fileHandleForReading]);
+    const Method read = class_getInstanceMethod(concrete, @selector(readDataToEndOfFile));
+    const Method refused = class_getInstanceMethod(concrete, @selector(readWithoutOutput));
+    cocoa::CocoaShellTask task;
+    const IMP former = method_setImplementation(read, method_getImplementation(refused));
+    const std::string reason = reasonOfRefusal(task, "echo all");
+    method_setImplementation(read, former);
+    EXPECT_EQ(reason, "launch path not accessible");
+    EXPECT_EQ(reasonOfRefusal(task, "echo all"), "");
   }
 }
 

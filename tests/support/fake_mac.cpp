@@ -384,7 +384,7 @@ void FakeMainQueue::run() {
 
 std::optional<std::string> FakeShellTask::standardOutput(const std::string &command) {
   record("sh " + command);
-  if (shellIsMissing) throw TaskLaunchError("launch path not accessible", nullptr);
+  if (shellIsMissing || notStarting.count(command) != 0) throw TaskLaunchError("launch path not accessible", nullptr);
   const auto output = outputs.find(command);
   if (output == outputs.end()) {
     ADD_FAILURE() << "unexpected command: " << command;

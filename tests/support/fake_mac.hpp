@@ -280,6 +280,8 @@ class FakeShellTask final : public ShellTask, Recording {
   /// Raw bytes by command.
   std::map<std::string, std::string> outputs;
   bool shellIsMissing = false;
+  /// The commands whose shell alone does not start.
+  std::set<std::string> notStarting;
 };
 
 class FakeURLs final : public URLs {
