@@ -12,7 +12,7 @@ from support.waiting import DEADLINE_SECONDS, Lines, until, within
 CONSOLE_LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} Quillmark Installer\[\d+:\d+\] (.*)")
 # Messages of GNUstep about itself.
 NOISE = re.compile(r"Bogus attempt to resign key window|File NS\w+\.m: \d+\. In |Unable to contact pasteboard server|"
-                   r"unable to make connection to .*/NSMessagePort/")
+                   r"unable to make connection to .*/NSMessagePort/|connect (write )?attempt failed - ")
 
 # How GNUstep titles an alert of each style.
 WARNING = "Alert"

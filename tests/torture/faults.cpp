@@ -22,12 +22,15 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 namespace {
 
 constexpr std::string_view defaultsFile = "Preferences/Quillmark Installer.plist";
 constexpr std::string_view componentsFolder = "/components";
+/// GNUstep's own, which it keeps trying to make or cannot do without.
+constexpr std::array<std::string_view, 3> sparedPlaces = {"/.lck", "/GSLaunchedApplications", "/GNUstepSecure"};
 constexpr std::string_view daemonsFolder = "/NSMessagePort";
 constexpr std::array errors = {EIO, EACCES, ENOSPC, EMFILE, ENOMEM, ENOENT};
 
@@ -62,8 +65,8 @@ bool fails(const char *path = nullptr) {
   static const Setting faults("QUILLMARK_FAULTS");
   static const Setting end("QUILLMARK_END");
   static const bool installer = isInstaller();
-  static const bool spared = isGNUstepsOwn();
-  if (spared) return false;
+  static const bool daemon = isGNUstepsOwn();
+  if (daemon) return false;
 
   const std::string_view place = path != nullptr ? path : "";
   if (installer && place.ends_with(componentsFolder)) begun = true;
@@ -71,6 +74,12 @@ bool fails(const char *path = nullptr) {
 
   if (installer && begun && place.find(daemonsFolder) != std::string_view::npos) ended = true;
   if (ended) return false;
+  const char *temporaryFolder = getenv("TEMP");
+  if (temporaryFolder != nullptr && (place == temporaryFolder || std::string(place) + "/" == temporaryFolder))
+    return false;
+  for (const std::string_view spared : sparedPlaces) {
+    if (place.find(spared) != std::string_view::npos) return false;
+  }
 
   const uint64_t number = ++calls;
   if (installer && number == end.second) (void)raise(static_cast<int>(end.first));

@@ -63,7 +63,7 @@ class Place:
             no_licence=False, processor="arm64", appkit_version=appkit, home=home, no_user_applications=False,
             temporary=temporary + "/", components=components, relocated=relocated == "known",
             relocated_without_original=relocated == "lost", translocated=relocated is not None,
-            relocation_query_fails=query_fails, read_only=[], full=[], way=None)
+            relocation_query_fails=query_fails, stand_ins=None, read_only=[], full=[], way=None)
         self.small = None
         self.inside = None
         try:
