@@ -18,9 +18,15 @@ class Lock : public testing::Test {
   Lock() {
     std::string name = "/tmp/quillmark-XXXXXX";
     folder_ = mkdtemp(name.data());
-    EXPECT_TRUE([lock() tryLock]);
+    theirs_ = [lock() retain];
+    EXPECT_TRUE([theirs_ tryLock]);
   }
-  ~Lock() override { fs::remove_all(folder_); }
+  ~Lock() override {
+    [theirs_ breakLock];
+    [theirs_ release];
+    [pool_ drain];
+    fs::remove_all(folder_);
+  }
 
   [[nodiscard]] NSDistributedLock *lock() const {
     return [NSDistributedLock lockWithPath:[NSString stringWithUTF8String:(folder_ / "lock").c_str()]];
@@ -30,14 +36,18 @@ class Lock : public testing::Test {
   }
 
  private:
+  NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
   fs::path folder_;
+  NSDistributedLock *theirs_ = nil;
 };
 
 TEST_F(Lock, OneThatIsHeldIsRespected) { EXPECT_FALSE([lock() tryLock]); }
 
 TEST_F(Lock, OneThatAKilledProgramHasLeftIsBroken) {
   age(std::chrono::seconds(10));
-  EXPECT_TRUE([lock() tryLock]);
+  NSDistributedLock *ours = lock();
+  EXPECT_TRUE([ours tryLock]);
+  [ours breakLock];
 }
 
 TEST(Signals, WhatGNUstepWouldCatchEndsTheApplication) {

@@ -51,7 +51,7 @@ void report(int code, NSError **error) {
 
 extern "C" {
 
-unsigned char SecTranslocateIsTranslocatedURL(NSURL *bundle, bool *isTranslocated, NSError **error) {
+unsigned char SecTranslocateIsTranslocatedURL(NSURL *bundle, unsigned char *isTranslocated, NSError **error) {
   if (bundle == nil || isTranslocated == nullptr) {
     report(EINVAL, error);
     return false;
@@ -59,7 +59,7 @@ unsigned char SecTranslocateIsTranslocatedURL(NSURL *bundle, bool *isTranslocate
   NSAutoreleasePool *pool = [NSAutoreleasePool new];
   NSDictionary *relocation = relocationOf(bundle);
   const bool fails = [[relocation objectForKey:@"QueryFails"] boolValue];
-  *isTranslocated = relocation != nil;
+  *isTranslocated = relocation != nil ? 1 : 0;
   [pool release];
   if (fails) report(EIO, error);
   return !fails;
