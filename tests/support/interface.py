@@ -34,5 +34,6 @@ CHECKBOX = "Terms Checkbox"
 TERMS_LINK = "Terms Link"
 PRIVACY_LINK = "Privacy Link"
 INSTALL_BUTTON = "Install Button"
+FINISHED_LABEL = "Finished Label"  # in the place of the one on how long it takes
 ACTIVITY_LOG = "Activity Log Scroll View"
 TERMS_CONTROLS = [CHECKBOX, "Agree Label", TERMS_LINK, "And Label", PRIVACY_LINK]

@@ -4,7 +4,7 @@ import shutil
 
 from support.case import SCRIPTS, SystemTest, installation_lines
 from support.installer import BLACK, GREEN, INFORMATIONAL, TICK_LINES, UNTICK_LINES
-from support.interface import CHECKBOX, CONTROLS, INSTALL_BUTTON, PRIVACY_LINK, TERMS_CONTROLS, TERMS_LINK
+from support.interface import CHECKBOX, CONTROLS, FINISHED_LABEL, INSTALL_BUTTON, PRIVACY_LINK, TERMS_CONTROLS, TERMS_LINK
 from support.mac import component, resource
 from support.tree import look_at, tree
 from support.waiting import until
@@ -147,7 +147,7 @@ class InstalledWindow(SystemTest):
         for control in TERMS_CONTROLS:
             self.assertGreater(len(before.crop(CONTROLS[control]).colours()), 1, control)
         installer.install()
-        changed = [CONTROLS[control] for control in [*TERMS_CONTROLS, INSTALL_BUTTON]]
+        changed = [CONTROLS[control] for control in [*TERMS_CONTROLS, INSTALL_BUTTON, FINISHED_LABEL]]
         until(lambda: installer.picture().without(changed) == before.without(changed), "the rest of the window")
 
     def test_the_button_reads_launch_quillmark_in_green_centred_and_wider_than_install(self):
