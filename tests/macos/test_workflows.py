@@ -216,7 +216,7 @@ class InterfaceDescription(ScratchFolder):
                          ('<outlet property="andText" destination="And-Te-lbl"',
                           '<outlet property="andText" destination="Agr-Ee-lbl"'),
                          ('keyPath="installButtonTitle"', 'keyPath="title"'),
-                         ('x="18" y="374"', 'x="19" y="374"'),
+                         ('x="98" y="406"', 'x="99" y="406"'),
                          ('title="Helper Version"', 'title="Helper version"')):
             with self.subTest(old):
                 self.assertIn(old, text)
