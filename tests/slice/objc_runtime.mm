@@ -16,7 +16,8 @@ extern "C" void objc_setProperty(id self, SEL selector, std::size_t offset, id v
 namespace {
 
 std::mutex mutex;
-std::map<id, std::set<id *>> weakReferences;  // by what they refer to
+/// By what they refer to. Stays, as other threads may deallocate objects while the process ends.
+auto &weakReferences = *new std::map<id, std::set<id *>>;
 
 IMP gnustepDealloc;
 
