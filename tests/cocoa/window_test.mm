@@ -86,6 +86,11 @@ TEST_F(Window, TheTitleHasTheColourThatItIsGiven) {
   EXPECT_NEAR([color alphaComponent], 0.7, 1e-6);
 }
 
+TEST_F(Window, TheBoxAloneSaysWhatATickAgreesTo) {
+  NSString *const sentence = @"I agree to the Terms & Conditions and the Privacy Policy";
+  EXPECT_TRUE([[delegate_.checkboxOutlet title] isEqualToString:sentence]);
+}
+
 TEST_F(Window, AfterAnInstallationTheTermsControlsAreHiddenAndTheLineUnderTheButtonChanges) {
   EXPECT_FALSE([label(waitText_) isHidden]);
   EXPECT_TRUE([label(finishedText_) isHidden]);

@@ -4,8 +4,8 @@ import os
 import shutil
 import plistlib
 
-from support.case import SCRIPTS
 from support.fleet import BOTH, DOMAIN, STANDARD, FleetTest
+from support.payload import SCRIPTS
 
 KEYS = ["user", "administrator", "team", "team_from", "partner", "partner_from", "marker", "marker_team",
         "marker_partner", "installer_version", "system_client", "system_client_version", "user_client",

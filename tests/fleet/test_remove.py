@@ -1,13 +1,13 @@
 """What remove.sh takes away, for everybody, and what it leaves."""
 
 from support.fleet import BOTH, DOMAIN, STANDARD, FleetTest
+from support.payload import SCRIPTS, VPN_FILES
 from support.tree import tree
 
 HELPER = "com.quillmark.customInstaller.Helper"
 RIGHTS = ["com.example.apple-samplecode.EBAS.install", "com.example.apple-samplecode.EBAS.startWebService2"]
 KEPT_RIGHTS = [f"kept=authorization right {right}, which other programs may own" for right in RIGHTS]
 LOCK = "/var/run/com.quillmark.customInstaller.lock"
-VPN_FILES = ["ca.crt", "client.crt", "client.key", "client.ovpn", "login.conf", "ta.key"]
 
 
 class RemoveTest(FleetTest):
@@ -83,7 +83,7 @@ class Removing(RemoveTest):
     def test_what_an_installation_through_the_helper_gathered_goes_with_it(self):
         mac = self.mac()
         mac.write("/private/var/folders/xx/T/Quillmark.app/Contents/x", "")
-        for name in ["client.up.tunnelblick.sh", "client.down.tunnelblick.sh", *VPN_FILES]:
+        for name in [*SCRIPTS, *VPN_FILES]:
             mac.write(f"/private/var/folders/xx/T/{name}", "")
         mac.write("/private/var/folders/xx/T/mine", "")
         self.assert_status(mac.run("remove.sh"), 0)

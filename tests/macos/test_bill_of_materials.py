@@ -9,6 +9,7 @@ import jsonschema
 from support import product
 from support.copies import DistributionCopy
 from support.packing import ARCHIVE, BUNDLE, CONTENTS, VERSION, package
+from support.payload import SCRIPTS, VPN_FILES
 
 SCHEMA = product.REPOSITORY / "build/bom-schema/res/schema"
 
@@ -61,8 +62,7 @@ class BillOfMaterials(DistributionCopy):
                           *(f"components/WGComponents/{mac}/QuillmarkGuard"
                             for mac in ("Sequoia", "Sonoma", "Ventura", "osIntel", "osM1"))})
         self.assertEqual({part["name"] for part in parts.values() if part["type"] == "file"},
-                         {"client.up.tunnelblick.sh", "client.down.tunnelblick.sh", "ca.crt", "client.crt",
-                          "client.key", "client.ovpn", "login.conf", "ta.key"})
+                         {*SCRIPTS, *VPN_FILES})
         self.assertEqual(bill["dependencies"], [{"ref": ARCHIVE, "dependsOn": sorted(parts)}])
 
     def test_a_helper_tool_is_a_part_of_its_own(self):

@@ -214,7 +214,7 @@ class InterfaceDescription(ScratchFolder):
         self.assertEqual(lines, self.describe(text))
         for old, new in (('selector="clickOnTC:"', 'selector="clickOnCT:"'),
                          ('<outlet property="andText" destination="And-Te-lbl"',
-                          '<outlet property="andText" destination="Agr-Ee-lbl"'),
+                          '<outlet property="andText" destination="Rea-Th-lbl"'),
                          ('keyPath="installButtonTitle"', 'keyPath="title"'),
                          ('x="98" y="406"', 'x="99" y="406"'),
                          ('title="Helper Version"', 'title="Helper version"')):

@@ -8,12 +8,12 @@ from support import interface
 from support.desktop import Desktop
 from support.installer import MENU_BAR, Installer
 from support.mac import BUILD, Mac, component, resource
+from support.payload import SCRIPTS
 from support.tree import differences, look_at, tree
 
 PICTURES = Path(os.environ.get("QUILLMARK_PICTURES", BUILD / "Testing/pictures"))
 
 MARKER = "installationHelper.txt"
-SCRIPTS = ["client.up.tunnelblick.sh", "client.down.tunnelblick.sh"]
 COMPONENT = "QuillmarkGuard"
 INTERACTIVE_MARKER = b"Device\nyes"
 

@@ -19,7 +19,6 @@ WARNING = "Alert"
 CRITICAL = "Critical"
 INFORMATIONAL = "Information"
 
-GREEN = (51, 204, 51)
 BLACK = (0, 0, 0)
 HIGHLIGHT = (56, 117, 215)
 
@@ -135,7 +134,7 @@ class Installer:
         return self
 
     def wait_until_installed(self):
-        until(self.is_green, "the green title of the button")
+        until(self.offers_to_launch, "the coloured title of the button")
         until(self.terms_are_gone, "the end of the terms controls")
         self.desktop.picture_at_rest()
 
@@ -193,12 +192,12 @@ class Installer:
         return self.picture().crop(CONTROLS[control])
 
     def is_painted(self):
-        """The button has a title, in one of its two colours. Before it is painted, a window is all black."""
+        """The button has a title, in black or in a colour. Before it is painted, a window is all black."""
         title = self.picture().crop(CONTROLS[INSTALL_BUTTON].smaller_by(6))
-        return 0 < len(title.near(BLACK) + title.near(GREEN)) < title.width * title.height / 2
+        return 0 < len(title.near(BLACK) + title.coloured()) < title.width * title.height / 2
 
-    def is_green(self):
-        return len(self.look_at(INSTALL_BUTTON).near(GREEN)) > 50
+    def offers_to_launch(self):
+        return len(self.look_at(INSTALL_BUTTON).coloured()) > 50
 
     def terms_are_gone(self):
         picture = self.picture()

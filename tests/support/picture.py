@@ -6,6 +6,8 @@ import zlib
 from typing import NamedTuple
 
 BYTES_PER_PIXEL = 4
+# How far apart the strongest and the weakest of red, green and blue are.
+LEAST_OF_A_COLOUR = 64
 
 
 class Area(NamedTuple):
@@ -56,6 +58,10 @@ class Picture:
             return all(abs(a - b) <= tolerance for a, b in zip(pixel, reversed(colour)))
 
         return [(x, y) for x, y, pixel in self.pixels() if is_near(pixel)]
+
+    def coloured(self):
+        """Where pixels are neither black nor white nor a grey between them."""
+        return [(x, y) for x, y, pixel in self.pixels() if max(pixel) - min(pixel) > LEAST_OF_A_COLOUR]
 
     def crop(self, area):
         first, last = area.x * BYTES_PER_PIXEL, (area.x + area.width) * BYTES_PER_PIXEL

@@ -4,17 +4,17 @@ import shutil
 import tempfile
 from pathlib import Path
 
-from support.case import SCRIPTS, SystemTest
+from support.case import SystemTest
 from support.installer import BLACK, CRITICAL
 from support.interface import ACTIVITY_LOG, INSTALL_BUTTON
 from support.mac import BUILD, DISTRIBUTION, EXECUTABLE, resource
+from support.payload import SCRIPTS, VPN_FILES
 from support.tree import look_at, tree
 from support.waiting import until
 
 REFUSAL = "The operation couldn't be completed. (CFErrorDomainLaunchd error 4.)"
 UNDELIVERED = "error NSCocoaErrorDomain / 4099\nconnection invalidated\n"
 
-VPN_FILES = ["ca.crt", "client.crt", "client.key", "client.ovpn", "login.conf", "ta.key"]
 HANDED_OVER = ["(null)", "helper: install /private/var/folders/xx/T/ with (null)", "(null)"]
 
 
@@ -156,10 +156,10 @@ class HandOver(HelperTest):
         self.wait_for_log(installer, 1)
         self.assertEqual(installer.read_activity_log(), "error NSPOSIXErrorDomain / 13\n")
         self.assertEqual(installer.console(), HANDED_OVER)
-        self.assertFalse(installer.is_green())
+        self.assertFalse(installer.offers_to_launch())
         self.assertFalse(installer.terms_are_gone())
 
-    def test_a_relocated_installer_gathers_the_six_files_from_beside_its_original(self):
+    def test_a_relocated_installer_gathers_the_vpn_files_from_beside_its_original(self):
         mac = self.mac("--relocated")
         self.hand_over(mac).wait_until_installed()
         self.assert_gathered(mac, VPN_FILES)

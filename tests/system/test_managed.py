@@ -77,7 +77,7 @@ class LaunchMode(ManagedTest):
         """The window is shown with "Install"; the marker is the interactive one whatever the defaults hold."""
         installer = self.open(mac, *arguments)
         self.assertEqual(installer.console(), [])
-        self.assertFalse(installer.is_green())
+        self.assertFalse(installer.offers_to_launch())
         self.assertFalse(mac.system_application.exists())
         installer.click(INSTALL_BUTTON)
         installer.dismiss_alert()

@@ -2,10 +2,11 @@
 
 import shutil
 
-from support.case import SCRIPTS, SystemTest, installation_lines
-from support.installer import BLACK, GREEN, INFORMATIONAL, TICK_LINES, UNTICK_LINES
+from support.case import SystemTest, installation_lines
+from support.installer import BLACK, INFORMATIONAL, TICK_LINES, UNTICK_LINES
 from support.interface import CHECKBOX, CONTROLS, FINISHED_LABEL, INSTALL_BUTTON, PRIVACY_LINK, TERMS_CONTROLS, TERMS_LINK
 from support.mac import component, resource
+from support.payload import SCRIPTS
 from support.tree import look_at, tree
 from support.waiting import until
 
@@ -40,6 +41,13 @@ class TermsGate(SystemTest):
             until(lambda: installer.picture() == unticked, "the window without the tick")
         self.assertEqual(installer.console(), [*TICK_LINES, *UNTICK_LINES] * 2)
         self.assertEqual(self.alerts_ever_shown(), [])
+
+    def test_a_click_on_the_box_or_on_its_words_ticks_and_unticks(self):
+        installer = self.open(self.mac())
+        whole = CONTROLS[CHECKBOX].moved(installer.window.area.x, installer.window.area.y)
+        for x, lines in [(whole.x + 10, TICK_LINES), (whole.centre()[0], UNTICK_LINES)]:
+            installer.desktop.click(x, whole.centre()[1])
+            installer.wait_for_console(lines[-1])
 
     def test_a_box_that_was_unticked_again_holds_the_installation_back(self):
         mac = self.mac()
@@ -141,7 +149,7 @@ class Installing(SystemTest):
 
 
 class InstalledWindow(SystemTest):
-    def test_checkbox_label_links_and_the_label_between_them_are_gone_and_the_rest_of_the_window_stays(self):
+    def test_checkbox_links_and_the_labels_beside_them_are_gone_and_the_rest_of_the_window_stays(self):
         installer = self.open(self.mac())
         before = installer.picture()
         for control in TERMS_CONTROLS:
@@ -150,15 +158,15 @@ class InstalledWindow(SystemTest):
         changed = [CONTROLS[control] for control in [*TERMS_CONTROLS, INSTALL_BUTTON, FINISHED_LABEL]]
         until(lambda: installer.picture().without(changed) == before.without(changed), "the rest of the window")
 
-    def test_the_button_reads_launch_quillmark_in_green_centred_and_wider_than_install(self):
+    def test_the_button_reads_launch_quillmark_in_a_colour_centred_and_wider_than_install(self):
         installer = self.open(self.mac())
         # Without the edge, where a dotted line shows which control has the keyboard.
         button = CONTROLS[INSTALL_BUTTON].smaller_by(6)
         title = installer.picture().crop(button).near(BLACK)
-        self.assertEqual(installer.look_at(INSTALL_BUTTON).near(GREEN), [])
+        self.assertEqual(installer.look_at(INSTALL_BUTTON).coloured(), [])
         installer.install()
         self.assertEqual(installer.picture().crop(button).near(BLACK), [])
-        new_title = installer.picture().crop(button).near(GREEN)
+        new_title = installer.picture().crop(button).coloured()
         for pixels in [title, new_title]:
             columns, lines = zip(*pixels)
             self.assertAlmostEqual((min(columns) + max(columns)) / 2, button.width / 2, delta=3)

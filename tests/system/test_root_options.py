@@ -2,10 +2,11 @@
 
 import shutil
 
-from support.case import COMPONENT, INTERACTIVE_MARKER, MARKER, SCRIPTS, SystemTest, installation_lines
+from support.case import COMPONENT, INTERACTIVE_MARKER, MARKER, SystemTest, installation_lines
 from support.installer import CRITICAL, INFORMATIONAL, TICK_LINES
 from support.interface import CONTROLS, INSTALL_BUTTON, TERMS_CONTROLS
 from support.mac import component, resource
+from support.payload import SCRIPTS
 from support.tree import tree
 from support.waiting import until
 
@@ -154,7 +155,7 @@ class Release(OptionsTest):
             installer.cancel_alert(INFORMATIONAL)
         self.assertEqual(installer.console(), [*TICK_LINES, *["Directory Created", "-" * 28] * 2])
         self.assertTrue(installer.is_running())
-        self.assertFalse(installer.is_green())
+        self.assertFalse(installer.offers_to_launch())
         for control in TERMS_CONTROLS[1:]:
             self.assertEqual(installer.look_at(control), before.crop(CONTROLS[control]))
         self.assert_applications(mac)
