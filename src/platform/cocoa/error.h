@@ -8,13 +8,13 @@
 
 namespace quillmark::cocoa {
 
-/// Works for nil too: the code is then 0.
+/// A nil error has the code 0.
 Error makeError(NSError *error);
 
-/// No error for nil.
+/// nullopt for nil.
 std::optional<Error> optionalError(NSError *error);
 
-/// Autoreleased; nil for nothing.
+/// Autoreleased; nil for nullopt.
 NSError *nsError(const std::optional<Error> &error);
 
 }  // namespace quillmark::cocoa

@@ -14,13 +14,13 @@ namespace quillmark::cocoa {
 /// Autoreleased. Nil for bytes that are neither.
 NSString *string(const std::string &utf8);
 
-/// Nil when there is no text.
+/// Nil for nullopt.
 NSString *string(const std::optional<std::string> &utf8);
 
-/// No text for nil.
+/// nullopt for nil.
 std::optional<std::string> optionalUTF8(NSString *string);
 
-/// Empty for nil.
+/// The empty text for nil.
 std::string utf8(NSString *string);
 
 }  // namespace quillmark::cocoa
