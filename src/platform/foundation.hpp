@@ -65,8 +65,8 @@ class FileManager {
   /// Creates a folder with its missing parents. False when a plain file is in the way.
   [[nodiscard]] virtual bool createDirectoryAtPath(const std::string &path) = 0;
 
-  /// Copies a file, a link or a folder tree with modes and links kept. Never overwrites: false when anything
-  /// lies at the target, when the source is missing or when the target's parent folder is.
+  /// Copies a file, a link or a folder tree with modes, times, extended attributes and links kept. Never overwrites:
+  /// false when anything lies at the target, when the source is missing or when the target's parent folder is.
   [[nodiscard]] virtual bool copyItemAtPath(const std::string &source, const std::string &target) = 0;
 
   /// -[NSString writeToFile:atomically:encoding:error:], not atomically, in 7-bit ASCII. Overwrites in place. A

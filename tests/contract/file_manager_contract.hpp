@@ -112,6 +112,29 @@ TEST_P(FileManagerContract, CopyingKeepsALinkThatDoesNotResolve) {
   EXPECT_EQ(at("target/dangling"), "-> nowhere");
 }
 
+TEST_P(FileManagerContract, AnEmptyFileAndAnEmptyFolderAreCopied) {
+  addFile("source/empty", "");
+  EXPECT_TRUE(files().createDirectoryAtPath(path("source/folder")));
+  EXPECT_TRUE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_EQ(at("target/empty"), "");
+  EXPECT_EQ(at("target/folder"), "folder");
+}
+
+TEST_P(FileManagerContract, CopyingReplacesNoLinkNotEvenOneThatDoesNotResolve) {
+  addFile("source", "new");
+  addLink("target", path("none"));
+  EXPECT_FALSE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_EQ(at("target"), "-> " + path("none"));
+  EXPECT_EQ(at("none"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, CopyingALinkToAFolderCopiesTheLink) {
+  addFile("folder/file", "text");
+  addLink("source", path("folder"));
+  EXPECT_TRUE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_EQ(at("target"), "-> " + path("folder"));
+}
+
 TEST_P(FileManagerContract, CopyingNeverOverwritesAFile) {
   addFile("source", "new");
   addFile("target", "old");

@@ -15,6 +15,7 @@
 #include <stdarg.h>
 #include <stdio.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
@@ -131,6 +132,17 @@ REPLACE(int, symlink, (const char *to, const char *path), (to, path), path, -1)
 REPLACE(int, symlinkat, (const char *to, int folder, const char *path), (to, folder, path), path, -1)
 REPLACE(int, chmod, (const char *path, mode_t mode), (path, mode), path, -1)
 REPLACE(int, fchmodat, (int folder, const char *path, mode_t mode, int flags), (folder, path, mode, flags), path, -1)
+REPLACE(int, fchmod, (int file, mode_t mode), (file, mode), nullptr, -1)
+REPLACE(int, futimens, (int file, const struct timespec times[2]), (file, times), nullptr, -1)
+REPLACE(int, utimensat, (int folder, const char *path, const struct timespec times[2], int flags),
+        (folder, path, times, flags), path, -1)
+REPLACE(ssize_t, readlinkat, (int folder, const char *path, char *text, size_t size), (folder, path, text, size), path,
+        -1)
+REPLACE(ssize_t, flistxattr, (int file, char *names, size_t size), (file, names, size), nullptr, -1)
+REPLACE(ssize_t, fgetxattr, (int file, const char *name, void *value, size_t size), (file, name, value, size), nullptr,
+        -1)
+REPLACE(int, fsetxattr, (int file, const char *name, const void *value, size_t size, int flags),
+        (file, name, value, size, flags), nullptr, -1)
 REPLACE(int, stat, (const char *path, struct stat *status), (path, status), path, -1)
 REPLACE(int, lstat, (const char *path, struct stat *status), (path, status), path, -1)
 REPLACE(int, stat64, (const char *path, struct stat64 *status), (path, status), path, -1)
@@ -138,6 +150,7 @@ REPLACE(int, lstat64, (const char *path, struct stat64 *status), (path, status),
 REPLACE(int, fstatat, (int folder, const char *path, struct stat *status, int flags), (folder, path, status, flags),
         path, -1)
 REPLACE(DIR *, opendir, (const char *path), (path), path, nullptr)
+REPLACE(DIR *, fdopendir, (int folder), (folder), nullptr, nullptr)
 REPLACE(FILE *, fopen, (const char *path, const char *mode), (path, mode), path, nullptr)
 REPLACE(FILE *, fopen64, (const char *path, const char *mode), (path, mode), path, nullptr)
 REPLACE(pid_t, fork, (), (), nullptr, -1)
