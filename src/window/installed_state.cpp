@@ -6,13 +6,13 @@ namespace quillmark {
 
 namespace {
 
-constexpr Color green = {.red = 0.2, .green = 0.8, .blue = 0.2, .alpha = 1.0};
+constexpr Color launchTitleColor = {.red = 0.2, .green = 0.8, .blue = 0.2, .alpha = 1.0};
 
 }  // namespace
 
 void updateWindowAfterInstall(Delegate &delegate) {
   delegate.setDidInstall(true);
-  delegate.setInstallButtonTitle("Launch Quillmark", green);
+  delegate.setInstallButtonTitle("Launch Quillmark", launchTitleColor);
   for (const Control control : {Control::andText, Control::privacyTextOutlet, Control::checkboxOutlet,
                                 Control::linkBtnOutlet, Control::TCLabel}) {
     delegate.hide(control);

@@ -120,7 +120,7 @@ class Manifest(PropertyListTest):
         self.assertEqual(self.manifest["pfm_interaction"], "combined")
         self.assertLessEqual(set(self.manifest["pfm_targets"]), {"system", "user"})
 
-    def test_its_keys_are_the_seven_of_every_payload_and_the_two_identifiers(self):
+    def test_its_keys_are_those_of_every_payload_and_the_identifiers(self):
         self.assertEqual(len(self.keys), len(self.manifest["pfm_subkeys"]))
         self.assertEqual(sorted(self.keys), sorted([
             "PayloadDescription", "PayloadDisplayName", "PayloadIdentifier", "PayloadOrganization", "PayloadType",

@@ -16,7 +16,7 @@ const Journal windowUpdate = {"didInstall = YES",    "installButtonTitle = Launc
                               "hide checkboxOutlet", "hide linkBtnOutlet",
                               "hide TCLabel"};
 
-TEST(WindowAfterInstall, TheButtonReadsLaunchQuillmarkInGreenAndTheTermsAreHidden) {
+TEST(WindowAfterInstall, TheButtonReadsLaunchQuillmarkInAColourAndTheTermsAreHidden) {
   FakeMac mac;
   updateWindowAfterInstall(*mac.delegate);
   EXPECT_EQ(mac.journal, windowUpdate);
