@@ -79,7 +79,7 @@ class Proot:
         # proot lives on as long as any daemon that the program left behind, so the status comes by a pipe. Not by bash,
         # which would add to the program's environment.
         report, end = os.pipe()
-        reporting = ["/bin/dash", "-c", f'"$@" {end}>&-; echo $? >&{end}', "dash", *program]
+        reporting = ["/usr/bin/dash", "-c", f'"$@" {end}>&-; echo $? >&{end}', "dash", *program]
         process = subprocess.Popen(self.command(root, mounts, reporting), env=environment, pass_fds=[end],
                                    preexec_fn=newer_system_calls.withhold, **streams)
         os.close(end)
