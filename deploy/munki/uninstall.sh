@@ -69,6 +69,8 @@ installer_is_open() {
     awk '/\/Quillmark Installer\.app\/Contents\/MacOS\/Quillmark Installer$/ { open = 1 } END { exit !open }'
 }
 
+vpnFiles='ca.crt client.crt client.key client.ovpn login.conf ta.key'
+
 helper=com.quillmark.customInstaller.Helper
 status=0
 
@@ -140,8 +142,7 @@ remove_as() {
 # client lies beside it.
 remove_temporary_copies() {
   if exists "$2/$client"; then
-    for item in client.up.tunnelblick.sh client.down.tunnelblick.sh ca.crt client.crt client.key client.ovpn \
-      login.conf ta.key "$client"; do
+    for item in client.up.tunnelblick.sh client.down.tunnelblick.sh $vpnFiles "$client"; do
       remove_as "$1" "$2/$item"
     done
   fi

@@ -23,6 +23,8 @@
 
 # include: lock
 
+# include: vpn-files
+
 # include: remove
 
 [ $# -eq 0 ] || stop 64 "'$1' is not known; there are no options"

@@ -15,6 +15,8 @@
 
 # include: lock
 
+# include: vpn-files
+
 # include: remove
 
 remove_everything

@@ -69,8 +69,7 @@ remove_as() {
 # client lies beside it.
 remove_temporary_copies() {
   if exists "$2/$client"; then
-    for item in client.up.tunnelblick.sh client.down.tunnelblick.sh ca.crt client.crt client.key client.ovpn \
-      login.conf ta.key "$client"; do
+    for item in client.up.tunnelblick.sh client.down.tunnelblick.sh $vpnFiles "$client"; do
       remove_as "$1" "$2/$item"
     done
   fi
