@@ -1,6 +1,6 @@
 // What the stand-ins keep GNUstep from doing to a development host.
 
-#import <Foundation/Foundation.h>
+#import <AppKit/AppKit.h>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -59,6 +59,14 @@ TEST(Signals, WhatGNUstepWouldCatchEndsTheApplication) {
           _exit(0);
         },
         testing::KilledBySignal(number), "");
+  }
+}
+
+TEST(ImageTypes, AreThoseThatAppKitReadsByItself) {
+  @autoreleasepool {
+    NSArray *const types = [NSImage imageUnfilteredFileTypes];
+    for (NSString *type in @[ @"icns", @"tiff", @"png" ]) EXPECT_TRUE([types containsObject:type]) << [type UTF8String];
+    EXPECT_LT([types count], 20U);
   }
 }
 

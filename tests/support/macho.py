@@ -291,6 +291,14 @@ class Slice:
         rows = [line.removesuffix(" (weak import)").split() for line in self._ask("objdump", *tables).splitlines()]
         return [row for row in rows if len(row) > 4 and row[2].startswith("0x")]
 
+    @property
+    def relocations(self):
+        """How many addresses the loader writes."""
+        if self.all("LC_DYLD_CHAINED_FIXUPS"):
+            return len(self._fixups)
+        rows = map(str.split, self._ask("objdump", "--rebase").splitlines())
+        return len(self._fixups) + sum(len(row) > 3 and row[2].startswith("0x") for row in rows)
+
     def _ask(self, tool, *options):
         program = [f"llvm-{tool}-19"] if sys.platform == "linux" else ["xcrun", f"llvm-{tool}"]
         macho = ["--macho"] if tool == "objdump" else []

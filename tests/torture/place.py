@@ -53,13 +53,13 @@ class Place:
     """A root of its own until it is closed. What is to be read-only or full may be named until something is run."""
 
     def __init__(self, home="ann", temporary="/private/var/folders/xx/T", components="present", relocated=None,
-                 query_fails=False, appkit="2487.0"):
+                 query_fails=False, appkit="2487.0", distribution=DISTRIBUTION):
         self.folder = Path(tempfile.mkdtemp(prefix="torture-", dir=folder_in_memory()))
         self.folder.chmod(0o755)
         self.root = self.folder / "root"
         self.root.mkdir()
         self.options = SimpleNamespace(
-            distribution=DISTRIBUTION, security=SECURITY, root=str(self.root), display=":0", release=["Sonoma"],
+            distribution=distribution, security=SECURITY, root=str(self.root), display=":0", release=["Sonoma"],
             no_licence=False, processor="arm64", appkit_version=appkit, home=home, no_user_applications=False,
             temporary=temporary + "/", components=components, relocated=relocated == "known",
             relocated_without_original=relocated == "lost", translocated=relocated is not None,
