@@ -20,7 +20,7 @@ class HostileTest(SystemTest):
         return installer.console()
 
 
-class Environment(HostileTest):
+class HostileEnvironment(HostileTest):
     def test_the_variables_of_a_macs_loader_change_nothing_of_a_managed_run(self):
         folder = "/private/tmp/hostile"
         variables = dict.fromkeys(
@@ -51,7 +51,7 @@ class Environment(HostileTest):
         self.assert_staged(mac, None, MARKER)
 
 
-class TemporaryFolder(HostileTest):
+class HostileTemporaryFolder(HostileTest):
     def test_a_command_in_its_path_is_run_with_the_users_rights_and_no_others(self):
         # It tells who runs it in the home, in the folder of all homes and in the root, where the user may not write.
         mac = self.mac(temporary="/private/var/folders/x;cd;id -u>who;cd ..;id -u>who;cd ..;id -u>who;/T")
@@ -61,8 +61,21 @@ class TemporaryFolder(HostileTest):
         self.assert_applications(mac)
         self.assert_staged(mac, None, MARKER)
 
+    def test_what_somebody_else_left_there_and_cannot_be_removed_is_staged_in_the_components_place(self):
+        """As in a temporary folder that others share: what is theirs cannot be removed, only copied."""
+        mac = self.mac()
+        planted = mac.temporary / COMPONENT
+        (planted / "bin").mkdir(parents=True)
+        (planted / "bin/wireguard").write_text("theirs\n")
+        for folder in [planted / "bin", planted]:
+            folder.chmod(0o555)
+        before = tree(planted)
+        self.assertEqual(self.install(mac), installation_lines("Sonoma"))
+        self.assert_same_tree(tree(planted), before)
+        self.assert_same_tree(tree(mac.staging_folder / COMPONENT), before)
 
-class ReleaseText(HostileTest):
+
+class HostileReleaseText(HostileTest):
     def test_a_command_in_it_is_not_run(self):
         for release in ["$(id>$HOME/who)", "`id>$HOME/who`", "'; id>$HOME/who; '", "x' ; system(\"id>who\") ; '"]:
             with self.subTest(release):
@@ -93,7 +106,17 @@ class ReleaseText(HostileTest):
         self.assert_staged(mac, None, MARKER)
 
 
-class PlantedLinks(HostileTest):
+class HostileComponents(HostileTest):
+    def test_what_somebody_exchanged_beside_the_installer_is_installed_unseen(self):
+        """No signature covers the folder, and the installer looks into nothing that it copies."""
+        mac = self.mac()
+        exchanged = mac.downloads / "components/WGComponents/Sonoma" / COMPONENT
+        (exchanged / "bin/wireguard").write_text("theirs\n")
+        self.assertEqual(self.install(mac), installation_lines("Sonoma"))
+        self.assertEqual((mac.staging_folder / COMPONENT / "bin/wireguard").read_text(), "theirs\n")
+
+
+class HostileLinks(HostileTest):
     def test_what_a_link_in_the_place_of_an_installed_item_leads_to_stays_as_it_is(self):
         """Whoever may write in the home or in Applications may plant them: the links are replaced, never followed."""
         mac = self.mac()
