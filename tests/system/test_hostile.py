@@ -1,8 +1,12 @@
 """What somebody gains who chooses the texts and paths that an installation takes, or its environment: the user's own rights
 and no more."""
 
+import shutil
+import tempfile
+from pathlib import Path
+
 from support.case import COMPONENT, SystemTest, installation_lines
-from support.mac import component
+from support.mac import DISTRIBUTION, component
 from support.tree import tree
 
 BOTH = ["-teamID", "T2", "-partnerID", "P1"]
@@ -109,9 +113,12 @@ class HostileReleaseText(HostileTest):
 class HostileComponents(HostileTest):
     def test_what_somebody_exchanged_beside_the_installer_is_installed_unseen(self):
         """No signature covers the folder, and the installer looks into nothing that it copies."""
-        mac = self.mac()
-        exchanged = mac.downloads / "components/WGComponents/Sonoma" / COMPONENT
-        (exchanged / "bin/wireguard").write_text("theirs\n")
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        distribution = Path(folder.name) / "distribution"
+        shutil.copytree(DISTRIBUTION, distribution, symlinks=True)
+        (distribution / "components/WGComponents/Sonoma" / COMPONENT / "bin/wireguard").write_text("theirs\n")
+        mac = self.mac(distribution=distribution)
         self.assertEqual(self.install(mac), installation_lines("Sonoma"))
         self.assertEqual((mac.staging_folder / COMPONENT / "bin/wireguard").read_text(), "theirs\n")
 
