@@ -171,6 +171,7 @@ class Command(ScratchFolder):
         self.assertEqual(outcome.returncode, 1, outcome.stdout)
         self.assertTrue(outcome.stdout.startswith("compile-interface: "), outcome.stdout)
         self.assertEqual(len(outcome.stdout.splitlines()), 1, outcome.stdout)
+        self.assertLess(len(outcome.stdout), 1500, outcome.stdout[:1500])
         for reason in reasons:
             self.assertIn(reason, outcome.stdout)
         self.assertEqual([(path.name, path.read_bytes()) for path in folder.iterdir()], [("MainMenu.nib", b"before")])
@@ -203,14 +204,66 @@ class Command(ScratchFolder):
 
     def test_a_file_that_is_missing_or_cannot_be_read(self):
         self.assert_refused(self.scratch / "Missing.xib", "Missing.xib: No such file or directory")
-        self.assert_refused(self.scratch, f"{self.scratch}: Is a directory")
+        self.assert_refused(self.scratch, f"{self.scratch}: is no plain file")
+
+    def test_what_is_no_plain_file_is_not_even_opened(self):
+        self.assert_refused("/dev/zero", "/dev/zero: is no plain file")
+        os.mkfifo(self.scratch / "pipe.xib")
+        self.assert_refused(self.scratch / "pipe.xib", "pipe.xib: is no plain file")
+
+    def test_a_file_that_is_much_larger_than_an_interface_is_not_even_read(self):
+        with open(self.scratch / "Large.xib", "wb") as file:
+            file.truncate(1 << 40)
+        self.assert_refused(self.scratch / "Large.xib", "Large.xib: 1099511627776 bytes are too many")
+
+    def test_a_document_type_is_refused_with_its_entities(self):
+        content = INTERFACE.read_bytes()
+        declaration, rest = content.split(b"\n", 1)
+        (self.scratch / "secret").write_bytes(b"secret")
+        tenfold = b"".join(b'<!ENTITY e%d "%s">' % (level, b"&e%d;" % (level - 1) * 10) for level in range(1, 12))
+        for name, document_type in {
+                "an entity bomb": b'<!DOCTYPE document [<!ENTITY e0 "x">' + tenfold + b"]>",
+                "a file": b'<!DOCTYPE document [<!ENTITY e11 SYSTEM "%s/secret">]>' % str(self.scratch).encode(),
+                "a definition elsewhere": b'<!DOCTYPE document SYSTEM "%s/secret">' % str(self.scratch).encode(),
+                "an attribute": b'<!DOCTYPE document [<!ATTLIST button hidden CDATA "YES">]>'}.items():
+            with self.subTest(name):
+                given = declaration + b"\n" + document_type + b"\n" + rest.replace(b"<objects>", b"<objects>&e11;", 1)
+                self.assert_refused(self.written(given), "Given.xib:2: a document type is not known here")
+
+    def test_elements_that_lie_deeper_than_any_interface(self):
+        content = INTERFACE.read_bytes()
+        for place in (b"<dependencies>", b"<objects>"):
+            with self.subTest(place):
+                given = content.replace(place, place + b"<a>" * 50_000 + b"</a>" * 50_000, 1)
+                self.assert_refused(self.written(given), "<a>: it lies too deep")
+
+    def test_a_file_in_another_encoding_whatever_its_declaration_says(self):
+        content = INTERFACE.read_text()
+        for encoding in ("utf-16", "utf-32", "latin-1"):
+            with self.subTest(encoding):
+                given = content.replace("UTF-8", encoding.upper()).replace("Installer", "Install\u00e9r")
+                self.assert_refused(self.written(given.encode(encoding)), ": this is not UTF-8")
+
+    def test_numbers_that_are_none_for_a_view(self):
+        content = INTERFACE.read_bytes()
+        for number in ("9" * 400, "1e5", "\u0664\u0662", "1" + "0" * 12, "NaN", "0." + "3" * 400):
+            with self.subTest(number[:20]):
+                given = re.sub(rb' width="[0-9]+"', f' width="{number}"'.encode(), content, count=1)
+                self.assert_refused(self.written(given), "is no number")
+
+    def test_a_message_is_one_line_without_signs_for_a_terminal_and_not_endless(self):
+        content = INTERFACE.read_bytes()
+        for value, told in {b"a&#10;b": "a\\nb", b"&#155;31m": "\\x9b31m", b"x" * 100_000: "xxx..."}.items():
+            with self.subTest(value[:20]):
+                given = content.replace(b"<button ", b'<button wantsLayer="' + value + b'" ', 1)
+                self.assert_refused(self.written(given), told)
 
     def test_a_file_that_is_not_well_formed(self):
         content = INTERFACE.read_bytes()
         for given, reason in {b"": "1: this is no XML: no element found", b"bplist00": "1: this is no XML",
                               content[:5000]: "this is no XML: unclosed token",
                               content.replace(b"</objects>", b"</object>"): "this is no XML: mismatched tag",
-                              content.replace(b"Installer", b"\xff"): "this is no XML: not well-formed (invalid token)",
+                              content.replace(b"Installer", b"Inst\0ller"): "this is no XML: not well-formed (invalid token)",
                               b"<plist/>": '1: <plist>: the attribute "type" is missing'}.items():
             with self.subTest(given[:40]):
                 self.assert_refused(self.written(given), f"{self.scratch}/Given.xib:", reason)
@@ -218,8 +271,20 @@ class Command(ScratchFolder):
     def test_a_place_where_nothing_can_be_written(self):
         self.assert_refused(INTERFACE, "missing/MainMenu.nib: No such file or directory",
                             nib=self.scratch / "missing/MainMenu.nib")
+
+    def test_nothing_that_is_no_plain_file_is_replaced(self):
         (self.scratch / "folder.nib").mkdir()
-        self.assert_refused(INTERFACE, "folder.nib: Is a directory", nib=self.scratch / "folder.nib")
+        (self.scratch / "target").write_bytes(b"precious")
+        (self.scratch / "link.nib").symlink_to("target")
+        (self.scratch / "dangling.nib").symlink_to("nowhere")
+        os.mkfifo(self.scratch / "pipe.nib")
+        before = {path.name: path.lstat().st_ino for path in self.scratch.iterdir()}
+        for name in ("folder.nib", "link.nib", "dangling.nib", "pipe.nib"):
+            with self.subTest(name):
+                self.assert_refused(INTERFACE, f"{name}: is there and is no plain file", nib=self.scratch / name)
+        after = {path.name: path.lstat().st_ino for path in self.scratch.iterdir() if path.name != "out"}
+        self.assertEqual(after, before)
+        self.assertEqual((self.scratch / "target").read_bytes(), b"precious")
 
     def test_a_nib_that_cannot_be_written_to_its_end(self):
         self.assert_refused(INTERFACE, "MainMenu.nib: File too large", shell="ulimit -f 4")

@@ -126,6 +126,40 @@ class Imports(unittest.TestCase):
             self.assertIn(call, one.strings())
 
 
+class Closedness(unittest.TestCase):
+    """Nobody who can write beside the bundle, or set the environment, has a say in what the executable loads."""
+
+    @product.for_each_slice
+    def test_no_memory_may_be_written_and_executed(self, one):
+        protections = {f"{name} {which}": segment[which] for name, segment in one.segments.items()
+                       for which in ("initprot", "maxprot")}
+        self.assertEqual(protections.pop("__TEXT maxprot"), "r-x")
+        self.assertEqual(protections.pop("__TEXT initprot"), "r-x")
+        self.assertEqual({name: rights for name, rights in protections.items() if "x" in rights}, {})
+        self.assertNotIn("ALLOW_STACK_EXECUTION", one.flags)
+
+    @product.for_each_slice
+    def test_no_library_is_looked_for_beside_the_bundle(self, one):
+        self.assertEqual([library.fields["name"] for library in one.libraries
+                          if not library.fields["name"].startswith(("/System/Library/Frameworks/", "/usr/lib/"))], [])
+        self.assertEqual(one.all("LC_RPATH", "LC_DYLD_ENVIRONMENT"), [])
+        self.assertEqual([text for text in one.strings() if re.search("@(rpath|loader_path|executable_path)", text)], [])
+
+    @product.for_each_slice
+    def test_what_is_loaded_at_run_time_is_the_systems_security_framework_and_no_other(self, one):
+        named = {text for text in one.strings() if re.search(r"\.(framework/|dylib|bundle/|so$)", text)}
+        self.assertEqual(named - set(LIBRARIES), {"/System/Library/Frameworks/Security.framework/Security"})
+
+    @product.for_each_slice
+    def test_the_environment_is_not_read(self, one):
+        """Home and temporary folder are what the system says; the shell alone looks at PATH."""
+        symbols = {found.symbol for found in one.imports}
+        self.assertIn("_NSHomeDirectory", symbols)
+        self.assertEqual(sorted(symbols & {"_getenv", "_secure_getenv", "_environ", "__NSGetEnviron", "_putenv",
+                                           "_setenv", "_unsetenv", "_confstr"}), [])
+        self.assertEqual(sorted(one.strings() & {"environment", "setEnvironment:"}), [], "messages")
+
+
 class Format(unittest.TestCase):
     """What the loader and the Objective-C runtime want of a slice; cmake/macos-sdk/README.md has the sources."""
 
@@ -200,3 +234,8 @@ class Signature(unittest.TestCase):
             self.assertEqual(directory.identifier, "com.quillmark.customInstaller")
             self.assertTrue(directory.flags & macho.HARDENED_RUNTIME, "hardened runtime")
             self.assertFalse(directory.flags & macho.ADHOC, "signed by nobody")
+
+    @unittest.skipUnless(product.is_signed_bundle(), "the bundle is not signed")
+    @product.for_each_slice
+    def test_a_signed_bundle_has_no_entitlement_that_would_open_the_hardened_runtime(self, one):
+        self.assertEqual([hex(kind) for kind in one.entitlements()], [])

@@ -134,6 +134,42 @@ class Damage(DistributionCopy):
         self.relink("arm64", "-Wl,-weak_framework,AppKit")
         self.assert_named("test_executable.test_the_libraries_are_these_and_no_others", "LC_LOAD_WEAK_DYLIB")
 
+    def test_memory_that_may_be_written_and_executed(self):
+        for architecture, name in [("x86_64", b"__TEXT\0"), ("arm64", b"__DATA\0")]:
+            for field in (48, 52):  # maxprot and initprot, behind the name
+                segment = self.slice(architecture).content.index(name)
+                before = self.slice(architecture).content[segment + field:segment + field + 4]
+                self.in_slice(architecture, segment + field, struct.pack("<I", 7))
+                self.assert_named("test_executable.test_no_memory_may_be_written_and_executed", "rwx")
+                self.in_slice(architecture, segment + field, before)
+        flags, = struct.unpack_from("<I", self.slice("arm64").content, 24)
+        self.in_slice("arm64", 24, struct.pack("<I", flags | 0x20000))
+        self.assert_named("test_executable.test_no_memory_may_be_written_and_executed", "ALLOW_STACK_EXECUTION")
+
+    def test_a_library_beside_the_bundle(self):
+        test = "test_executable.test_no_library_is_looked_for_beside_the_bundle"
+        self.in_executable(b"/usr/lib/libc++.1.dylib\0", b"@loader_path/a/b.dylib\0\0")
+        self.assert_named(test, "@loader_path/a/b.dylib")
+        self.relink("x86_64", "-Wl,-rpath,@executable_path/../Frameworks")
+        self.assert_named(test, "LC_RPATH")
+        self.relink("arm64", "-Wl,-dyld_env,DYLD_LIBRARY_PATH=@loader_path")
+        self.assert_named(test, "LC_DYLD_ENVIRONMENT")
+
+    def test_another_framework_that_is_loaded_at_run_time(self):
+        self.in_executable(b"Frameworks/Security.framework/Security\0", b"Frameworks/Serenity.framework/Security\0", 0)
+        self.assert_named("test_executable.test_what_is_loaded_at_run_time_is_the_systems_security_framework_and_no_"
+                          "other", "Serenity.framework")
+
+    def test_an_environment_that_is_read(self):
+        self.in_executable(b"_dlopen\0", b"_getenv\0", slice_number=0)
+        self.assert_named("test_executable.test_the_environment_is_not_read", "_getenv")
+
+    def test_an_entitlement(self):
+        signature.sign(self.copy / "Quillmark Installer.app",
+                       entitlements={"com.apple.security.cs.allow-dyld-environment-variables": True})
+        self.assert_named("test_executable.test_a_signed_bundle_has_no_entitlement_that_would_open_the_hardened_runtime",
+                          "0xfade7171")
+
     def test_a_library_newer_than_the_oldest_systems(self):
         self.relink("x86_64", sdk=self.sdk_with(("AppKit.tbd", "compatibility-version: 4", "compatibility-version: 5")))
         self.assert_named("test_executable.test_no_library_must_be_newer_than_that_of_os_x_10_8", "AppKit")

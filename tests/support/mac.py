@@ -33,16 +33,18 @@ SESSION = 'echo started; "$0" "$@" </dev/null; echo "$?"; read -r _'
 
 
 class Mac:
-    """Options and faults are mac-root's; the options shape the root, the faults hold while the installer runs."""
+    """Options and faults are mac-root's; the options shape the root, the faults hold while the installer runs, whose
+    environment has these variables too."""
 
     def __init__(self, *options, faults=(), home="ann", temporary="/private/var/folders/xx/T",
-                 distribution=DISTRIBUTION):
+                 distribution=DISTRIBUTION, variables=None):
         self.folder = Path(tempfile.mkdtemp(prefix="mac-", dir=folder_in_memory()))
         self.folder.chmod(0o755)
         self.root = self.folder / "root"
         self.home_inside = f"/Users/{home}"
         self.temporary_inside = temporary
         self.faults = faults
+        self.variables = variables or {}
         self.options = ["--distribution", distribution, "--security", SECURITY, "--root", self.root, "--home", home,
                         "--temporary", temporary + "/", *map(os.fsdecode, options)]
         try:
@@ -67,9 +69,12 @@ class Mac:
 
     def start(self, display, arguments):
         """Starts the installer; what it writes and its exit status come by pipes."""
+        program = [self.places["installer"], *arguments]
+        if self.variables:
+            program = ["/usr/bin/env", *(f"{name}={value}" for name, value in self.variables.items()), *program]
         session = subprocess.Popen(
             ending_with_us(sys.executable, str(MAC_ROOT), *map(str, self.options), *self.faults, "--display", display,
-                           "--program", "/bin/sh", "--", "-c", SESSION, self.places["installer"], *arguments),
+                           "--program", "/bin/sh", "--", "-c", SESSION, *program),
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         if session.stdout.readline() != b"started\n":
             _, errors = session.communicate(timeout=DEADLINE_SECONDS)

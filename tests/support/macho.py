@@ -28,6 +28,7 @@ DIRECT_SELECTORS = 0x40000000
 # Of xnu's <kern/cs_blobs.h>.
 EMBEDDED_SIGNATURE = 0xFADE0CC0
 CODE_DIRECTORY = 0xFADE0C02
+ENTITLEMENTS = {0xFADE7171, 0xFADE7172}  # as a property list, and in DER
 ADHOC = 0x2
 HARDENED_RUNTIME = 0x10000
 SHA1, SHA256 = 1, 2
@@ -174,14 +175,21 @@ class Slice:
 
     def code_directories(self):
         """What the signature says of the code, one for each kind of digest."""
+        return [self._code_directory(blob) for magic, blob in self._signature_blobs() if magic == CODE_DIRECTORY]
+
+    def entitlements(self):
+        """The kinds in which the signature has any."""
+        return [magic for magic, _ in self._signature_blobs() if magic in ENTITLEMENTS]
+
+    def _signature_blobs(self):
+        """What the signature is made of: the magic number of each part, and the part with all that follows."""
         if not self.signature:
             return []
         magic, _, count = struct.unpack_from(">3I", self.signature)
         if magic != EMBEDDED_SIGNATURE:
             raise NotMachO("the code signature is not one")
-        blobs = [self.signature[struct.unpack_from(">2I", self.signature, 12 + 8 * number)[1]:]
-                 for number in range(count)]
-        return [self._code_directory(blob) for blob in blobs if struct.unpack_from(">I", blob) == (CODE_DIRECTORY,)]
+        places = [struct.unpack_from(">2I", self.signature, 12 + 8 * number)[1] for number in range(count)]
+        return [(struct.unpack_from(">I", self.signature, place)[0], self.signature[place:]) for place in places]
 
     def _code_directory(self, blob):
         _, _, _, flags, hashes, identifier, _, pages, limit = struct.unpack_from(">9I", blob)

@@ -17,7 +17,8 @@ LC_CODE_SIGNATURE = 0x1D
 EMBEDDED_SIGNATURE = 0xFADE0CC0
 CODE_DIRECTORY = 0xFADE0C02
 CMS_WRAPPER = 0xFADE0B01
-CODE_DIRECTORY_SLOT, ALTERNATE_SLOT, CMS_SLOT = 0, 0x1000, 0x10000
+ENTITLEMENTS = 0xFADE7171
+CODE_DIRECTORY_SLOT, ENTITLEMENTS_SLOT, ALTERNATE_SLOT, CMS_SLOT = 0, 5, 0x1000, 0x10000
 VERSION = 0x20400
 HEADER_SIZE = 88
 PAGE_BITS = 12
@@ -38,9 +39,12 @@ def code_directory(code, identifier, flags, kind, digest):
     return header.ljust(HEADER_SIZE, b"\0") + name + b"".join(digest(page).digest() for page in pages)
 
 
-def superblob(code, identifier, flags, digests):
+def superblob(code, identifier, flags, digests, entitlements):
     slots = [CODE_DIRECTORY_SLOT, *range(ALTERNATE_SLOT, ALTERNATE_SLOT + len(digests) - 1)]
     blobs = [(slot, code_directory(code, identifier, flags, *digest)) for slot, digest in zip(slots, digests)]
+    if entitlements:
+        content = plistlib.dumps(entitlements)
+        blobs.append((ENTITLEMENTS_SLOT, struct.pack(">2I", ENTITLEMENTS, 8 + len(content)) + content))
     blobs.append((CMS_SLOT, struct.pack(">2I", CMS_WRAPPER, 8)))
     at = 12 + 8 * len(blobs)
     index = b""
@@ -104,9 +108,10 @@ def signed(content, *how):
     return header + body
 
 
-def sign(application, flags=HARDENED_RUNTIME, digests=DIGESTS):
+def sign(application, flags=HARDENED_RUNTIME, digests=DIGESTS, entitlements=None):
     executable = application / "Contents/MacOS/Quillmark Installer"
-    executable.write_bytes(signed(executable.read_bytes(), "com.quillmark.customInstaller", flags, digests))
+    content = signed(executable.read_bytes(), "com.quillmark.customInstaller", flags, digests, entitlements)
+    executable.write_bytes(content)
     seal = application / "Contents/_CodeSignature/CodeResources"
     seal.parent.mkdir(exist_ok=True)
     seal.write_bytes(plistlib.dumps({"files2": {}}))

@@ -1,9 +1,11 @@
 """Which command lines tools/mac-root takes and which it refuses."""
 
+import os
 import shutil
+import stat
 
-from support.mac import INSTALLER
-from support.mac_root import MacRootTest
+from support.mac import EXECUTABLE, INSTALLER
+from support.mac_root import DOWNLOADS, MacRootTest
 
 
 class CommandLine(MacRootTest):
@@ -73,6 +75,13 @@ class CommandLine(MacRootTest):
                 self.assert_wrong(f"{option} /usr: lies in none of", option, "/usr")
                 self.assert_wrong(f"{option} tmp: a path inside the root starts with /", option, "tmp")
 
+    def test_a_path_is_one_line(self):
+        for option in ["--temporary", "--read-only", "--full"]:
+            with self.subTest(option):
+                self.assert_wrong(f"{option} '/tmp/a\\nb': a path is one line", option, "/tmp/a\nb")
+        self.assert_wrong(f"--root '{self.folder}/a\\nb': a path is one line", "--root", f"{self.folder}/a\nb")
+        self.assertEqual(list(self.folder.iterdir()), [self.temporary])
+
     def test_a_folder_is_either_read_only_or_full(self):
         self.assert_wrong("cannot be both", "--read-only", "/tmp/x", "--full", "/private/tmp/x/")
 
@@ -91,6 +100,48 @@ class CommandLine(MacRootTest):
     def test_a_distribution_without_the_installer_is_refused(self):
         result = self.mac_root("--distribution", self.folder)
         self.assert_refused(result, "holds no program Quillmark Installer.app/Contents", status=125)
+
+    def test_a_distribution_whose_program_is_a_folder_is_refused(self):
+        (self.folder / "distribution" / EXECUTABLE).mkdir(parents=True)
+        result = self.mac_root("--distribution", self.folder / "distribution")
+        self.assert_refused(result, "holds no program Quillmark Installer.app/Contents", status=125)
+
+    def test_a_distribution_whose_bundle_is_a_device_is_refused(self):
+        (self.folder / "distribution").mkdir()
+        (self.folder / "distribution" / INSTALLER).symlink_to("/dev/zero")
+        result = self.mac_root("--distribution", self.folder / "distribution")
+        self.assert_refused(result, "holds no program Quillmark Installer.app/Contents", status=125)
+
+    def test_a_pipe_or_a_device_in_a_distribution_is_named_and_never_opened(self):
+        distribution = self.folder / "distribution"
+        shutil.copytree(self.distribution, distribution, symlinks=True)
+        odd = distribution / "components/WGComponents/odd"
+        kinds = {"a pipe": stat.S_IFIFO, "a socket": stat.S_IFSOCK}
+        if os.geteuid() == 0:
+            kinds["a device"] = stat.S_IFCHR
+        for name, kind in kinds.items():
+            with self.subTest(name):
+                os.mknod(odd, kind | 0o666, os.makedev(1, 5))  # the device never ends
+                result = self.mac_root("--distribution", distribution)
+                self.assert_refused(result, f"{odd} is neither a file, a folder nor a link", status=125)
+                self.assert_left_nothing()
+                odd.unlink()
+
+    def test_a_link_in_a_distribution_stays_a_link_wherever_it_leads(self):
+        distribution = self.folder / "distribution"
+        shutil.copytree(self.distribution, distribution, symlinks=True)
+        victim = self.folder / "victim"
+        victim.mkdir()
+        (victim / "diary").write_text("private")
+        for name, target in {"absolute": victim, "upwards": "../../../../../../../../victim"}.items():
+            (distribution / "components" / name).symlink_to(target)
+        found = self.inside(f"""
+            cd "{DOWNLOADS}/components"
+            readlink absolute upwards
+            cat absolute/diary upwards/diary || echo nothing there
+            """, "--distribution", distribution)
+        self.assertEqual(found.splitlines(), [str(victim), "../../../../../../../../victim", "nothing there"])
+        self.assertEqual([path.name for path in victim.iterdir()], ["diary"])
 
     def test_a_distribution_without_components_is_refused_unless_they_are_to_be_missing(self):
         distribution = self.folder / "distribution"

@@ -1,6 +1,7 @@
 """Roots of tools/mac-root that stay where they were assembled."""
 
 import os
+import shutil
 
 from support.mac import EXECUTABLE, INSTALLER
 from support.mac_root import DOWNLOADS, RELEASE_COMMAND, MacRootTest
@@ -64,6 +65,17 @@ class KeptRoot(MacRootTest):
         self.root.touch()
         self.assert_refused(self.mac_root("--root", self.root), "is not a folder", status=125)
 
+    def test_a_link_is_refused_wherever_it_leads(self):
+        victim = self.folder / "victim"
+        victim.mkdir()
+        for target in [victim, "nowhere"]:
+            with self.subTest(target):
+                self.root.symlink_to(target)
+                self.assert_refused(self.mac_root("--root", self.root), f"{self.root} is a symbolic link", status=125)
+                self.root.unlink()
+        self.assertEqual(list(victim.iterdir()), [])
+        self.assertFalse((self.folder / "nowhere").exists())
+
     def test_the_inside_of_the_distribution_is_refused(self):
         result = self.mac_root("--root", self.distribution / "root")
         self.assert_refused(result, "lies inside the distribution", status=125)
@@ -75,3 +87,17 @@ class KeptRoot(MacRootTest):
         self.inside(f"rm -r $HOME/Downloads; ln -s {victim} $HOME/Downloads", "--root", self.root)
         self.assert_refused(self.mac_root("--root", self.root), "leads out of the root", status=125)
         self.assertEqual(list(victim.iterdir()), [])
+
+    def test_links_in_every_folder_that_a_program_may_change_do_not_lead_out_of_the_root(self):
+        victim = self.folder / "victim"
+        victim.mkdir()
+        (victim / "diary").touch(mode=0o600)
+        for place in ["$HOME/Applications", "$HOME/Library", "$HOME/Library/Preferences", "/private/var/folders",
+                      "/private/var/folders/xx/T", "/private/var/folders/xx/C"]:
+            with self.subTest(place):
+                self.inside(f"rm -rf {place}; ln -s {victim} {place}", "--root", self.root)
+                self.assert_refused(self.mac_root("--root", self.root, "--relocated"), "leads out of the root",
+                                    status=125)
+                self.assertEqual([path.name for path in victim.iterdir()], ["diary"])
+                self.assertEqual((victim / "diary").stat().st_mode & 0o777, 0o600)
+                shutil.rmtree(self.root)

@@ -4,7 +4,10 @@ import base64
 import re
 from xml.parsers import expat
 
-NUMBER = re.compile(r"-?\d+(\.\d+)?")
+# More digits than these no coordinate has, and some would not survive a float.
+NUMBER = re.compile(r"-?[0-9]{1,9}(\.[0-9]{1,18})?")
+# Of the elements that lie in one another. An interface has two dozen; Python runs out of stack at some hundreds.
+MOST_LEVELS = 100
 
 
 class Refusal(Exception):
@@ -17,19 +20,30 @@ class Refusal(Exception):
 
 def parse(content):
     """The root element of the file, whose content is given as bytes."""
+    # Interface Builder writes UTF-8, whatever a declaration says; expat would follow a byte order mark.
+    try:
+        content.decode()
+    except UnicodeDecodeError as error:
+        raise Refusal(content.count(b"\n", 0, error.start) + 1, "this is not UTF-8") from None
     above, roots = [], []
-    # Interface Builder writes UTF-8, whatever a declaration says.
     parser = expat.ParserCreate("UTF-8")
     parser.buffer_text = True
 
+    def document_type(*_):
+        # It could define what the file does not show: entities, other files, attributes.
+        raise Refusal(parser.CurrentLineNumber, "a document type is not known here")
+
     def start(tag, attributes):
         element = Element(tag, attributes, parser.CurrentLineNumber)
+        if len(above) == MOST_LEVELS:
+            raise element.refusal("it lies too deep")
         (above[-1].children if above else roots).append(element)
         above.append(element)
 
     def text(data):
         above[-1].text += data
 
+    parser.StartDoctypeDeclHandler = document_type
     parser.StartElementHandler = start
     parser.EndElementHandler = lambda tag: above.pop()
     parser.CharacterDataHandler = text

@@ -10,6 +10,7 @@ import plistlib
 import posixpath
 import shlex
 import shutil
+import stat
 from pathlib import Path
 
 USER_ID = 501
@@ -78,7 +79,7 @@ def check(options):
     distribution = options.distribution
     if not distribution.is_dir():
         raise Refusal(f"the distribution {distribution} is not a folder")
-    if not os.access(distribution / EXECUTABLE, os.X_OK):
+    if not (distribution / EXECUTABLE).is_file() or not os.access(distribution / EXECUTABLE, os.X_OK):
         raise Refusal(f"the distribution {distribution} holds no program {EXECUTABLE}")
     if options.components == "present" and not (distribution / COMPONENTS).exists():
         raise Refusal(f"the distribution {distribution} holds no {COMPONENTS}; --components missing does without")
@@ -93,6 +94,8 @@ def check(options):
 
 def prepare_folder(options):
     """The folder that was asked for, which is new, empty or a root already."""
+    if Path(options.root).is_symlink():
+        raise Refusal(f"{options.root} is a symbolic link; name the folder that it leads to")
     root = Path(options.root).resolve()
     if root.is_relative_to(options.distribution.resolve()):
         raise Refusal(f"the root {root} lies inside the distribution {options.distribution}")
@@ -288,13 +291,21 @@ def link(root, inside, target):
 def copy(source, destination):
     if source.is_dir() and not source.is_symlink():
         try:
-            shutil.copytree(source, destination, symlinks=True)
+            shutil.copytree(source, destination, symlinks=True, copy_function=copy_file)
         except shutil.Error as error:
             _, _, reason = error.args[0][0]
             raise Refusal(f"{source} cannot be copied: {reason}") from error
     else:
         remove(destination)
-        shutil.copy2(source, destination, follow_symlinks=False)
+        copy_file(source, destination)
+
+
+def copy_file(source, destination, **_):
+    """A file, or a link as a link. Anything else would not end or is no part of a distribution."""
+    kind = os.lstat(source).st_mode
+    if not stat.S_ISREG(kind) and not stat.S_ISLNK(kind):
+        raise Refusal(f"{os.fspath(source)} is neither a file, a folder nor a link")
+    shutil.copy2(source, destination, follow_symlinks=False)
 
 
 def remove(path):

@@ -1,0 +1,173 @@
+#include "helper-client/blessing.hpp"
+#include "helper-client/command_channel.hpp"
+
+#include "fuzz/errors.hpp"
+#include "fuzz/subject.hpp"
+#include "install/helper_installation.hpp"
+#include "support/fake_mac.hpp"
+
+namespace quillmark::fuzz {
+
+namespace {
+
+/// What the helper and its connection may do at any time, and what the installer must show of it.
+class Session {
+ public:
+  void act(char what, const std::string &text) {
+    switch (what) {
+      case 'v':
+        send([this] { getVersionAction(mac_.mac(), mac_.delegate); });
+        break;
+      case 'b':
+        send([this] { bindAction(mac_.mac(), mac_.delegate); });
+        break;
+      case 'i':
+        send([this] { installQuillmarkApplication2(mac_.mac(), mac_.delegate); });
+        break;
+      case 'a':
+        answer(text);
+        break;
+      case 'e':
+        answerWithError(errorOf(text), text);
+        break;
+      case 'd':
+        fail(errorOf(text));
+        break;
+      case 'x':
+        invalidate();
+        break;
+      case 'r':
+        serveMainQueue();
+        break;
+      case 'B':
+        bless(std::nullopt, "");
+        break;
+      case 'N':
+        bless(errorOf(text), text);
+        break;
+      default:
+        break;
+    }
+  }
+
+  void finish() {
+    serveMainQueue();
+    EXPECT_EQ(mac_.helperConnections.helper.connections, connections_);
+    EXPECT_EQ(mac_.delegate->installed, installed_) << "only an installation that succeeded shows";
+    EXPECT_EQ(fake::contains(mac_.journal, "terminate"), refusals_ > 0) << "only a refused blessing ends it";
+    EXPECT_EQ(mac_.alertPanel.shown.size(), refusals_);
+    for (const Alert &alert : mac_.alertPanel.shown) {
+      EXPECT_EQ(alert.informativeText, "Could not authorize properly. The Installer will now quit.");
+    }
+    for (const std::string &line : mac_.journal) {
+      const bool isSent = line.rfind("send ", 0) == 0 || line.rfind("bless ", 0) == 0;
+      EXPECT_FALSE(isSent && line.find(" with ") != std::string::npos) << "nothing carries an authorization: " << line;
+    }
+  }
+
+ private:
+  template <typename Send>
+  void send(Send command) {
+    if (connection_ == Connection::none) {
+      connection_ = Connection::live;
+      ++connections_;
+    }
+    const auto waiting = mac_.helperConnections.helper.sent.size();
+    command();
+    EXPECT_EQ(mac_.helperConnections.helper.sent.size(), waiting + 1);
+  }
+
+  /// The oldest message that waits, or one without any answer.
+  fake::FakeHelper::Message take() {
+    auto &sent = mac_.helperConnections.helper.sent;
+    if (sent.empty()) return {};
+    const auto message = sent.front();
+    sent.pop_front();
+    return message;
+  }
+
+  void answer(const std::string &text) {
+    const auto message = take();
+    if (message.version) {
+      message.version(text.empty() ? std::nullopt : std::optional(text));
+      expected_ += "version = " + (text.empty() ? "(null)" : text) + "\n";
+    } else if (message.bind) {
+      message.bind(std::nullopt, static_cast<int>(text.size()), -1);
+      expected_ += "IPv4 = " + std::to_string(text.size()) + ", IPv6 = 4294967295\n";
+    } else if (message.install) {
+      message.install(std::nullopt);
+      expected_ += "success\n";
+      installed_ = true;
+    }
+  }
+
+  void answerWithError(const Error &error, const std::string &text) {
+    const auto message = take();
+    if (message.version) {
+      message.version(text);
+      expected_ += "version = " + text + "\n";
+    } else if (message.bind) {
+      message.bind(error, -1, -1);
+      expected_ += lineOf(error);
+    } else if (message.install) {
+      message.install(error);
+      expected_ += lineOf(error);
+    }
+  }
+
+  void fail(const Error &error) {
+    const auto message = take();
+    if (!message.errorHandler) return;
+    message.errorHandler(error);
+    expected_ += lineOf(error);
+  }
+
+  void invalidate() {
+    const auto connection = mac_.delegate->connection;
+    if (connection == nullptr) return;
+    dynamic_cast<fake::FakeHelperConnection &>(*connection).invalidate();
+    if (connection_ == Connection::live) invalidated_ = true;
+    if (connection_ == Connection::live) connection_ = Connection::dead;
+  }
+
+  void serveMainQueue() {
+    mac_.mainQueue.run();
+    // What was asked of the main queue while it ran comes last: it is the letting go that logs this line.
+    if (invalidated_) expected_ += "connection invalidated\n";
+    if (connection_ == Connection::dead) connection_ = Connection::none;
+    invalidated_ = false;
+    EXPECT_EQ(mac_.delegate->log, expected_);
+    EXPECT_EQ(mac_.delegate->connection != nullptr, connection_ == Connection::live);
+  }
+
+  void bless(std::optional<Error> refusal, const std::string &text) {
+    if (refusal) refusal->localizedDescription = text;
+    mac_.serviceManagement.refusal = refusal;
+    installAction(mac_.mac(), mac_.delegate, nullptr);
+    expected_ += refusal ? lineOf(*refusal) : "success\n";
+    if (!refusal) return;
+    ++refusals_;
+    EXPECT_EQ(mac_.console.lines.back(), text);
+  }
+
+  fake::FakeMac mac_;
+  enum class Connection { none, live, dead } connection_ = Connection::none;
+  bool invalidated_ = false;
+  bool installed_ = false;
+  int connections_ = 0;
+  std::size_t refusals_ = 0;
+  std::string expected_;
+};
+
+}  // namespace
+
+// An act a text: its letter, and then what is said.
+void check(const Texts &texts) {
+  Session session;
+  for (const std::string &text : texts) {
+    if (!text.empty()) session.act(text[0], text.substr(1));
+  }
+  session.finish();
+}
+
+}  // namespace quillmark::fuzz

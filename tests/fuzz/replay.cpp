@@ -1,0 +1,36 @@
+#include <dirent.h>
+
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "fuzz/subject.hpp"
+
+// Checks every file of the folder that is named, where there is no libFuzzer or no time for it.
+int main(int count, char **words) {
+  if (count != 2) {
+    std::cerr << "usage: " << words[0] << " CORPUS\n";
+    return 2;
+  }
+  const std::string corpus = words[1];
+  DIR *folder = opendir(corpus.c_str());
+  if (folder == nullptr) {
+    std::cerr << "replay: " << corpus << " cannot be read\n";
+    return 2;
+  }
+  int replayed = 0;
+  while (const dirent *entry = readdir(folder)) {
+    const std::string name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    std::ifstream file(corpus + "/" + name, std::ios::binary);
+    const std::string input{std::istreambuf_iterator<char>(file), {}};
+    if (!quillmark::fuzz::holds(input)) {
+      std::cerr << "replay: " << corpus << "/" << name << " breaks a property\n";
+      return 1;
+    }
+    ++replayed;
+  }
+  closedir(folder);
+  std::cout << replayed << " inputs\n";
+  return replayed > 0 ? 0 : 2;
+}

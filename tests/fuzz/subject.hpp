@@ -1,0 +1,38 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace quillmark::fuzz {
+
+/// An input is texts with a line of two hyphens between them, so that a corpus can be read.
+using Texts = std::vector<std::string>;
+
+/// There are always as many as are asked for: those that an input lacks are empty.
+inline std::string at(const Texts &texts, std::size_t index) { return index < texts.size() ? texts[index] : ""; }
+
+inline bool isASCII(const std::string &text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80U; });
+}
+
+/// What each subject defines: holds the behaviour against properties that are true of every input.
+void check(const Texts &texts);
+
+/// What both programs call: splits the input and checks it. False if a property does not hold, which GoogleTest has
+/// told on the standard output.
+inline bool holds(const std::string &input) {
+  static const std::string separator = "\n--\n";
+  Texts texts;
+  std::size_t begin = 0;
+  for (std::size_t end = 0; end != std::string::npos; begin = end + separator.size()) {
+    end = input.find(separator, begin);
+    texts.push_back(input.substr(begin, end - begin));
+  }
+  check(texts);
+  return !testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed();
+}
+
+}  // namespace quillmark::fuzz
