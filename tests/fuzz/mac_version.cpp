@@ -17,6 +17,7 @@ bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0
 bool isOneCharacter(const std::string &bytes) {
   if (bytes.empty() || isContinuation(bytes[0])) return false;
   const auto first = static_cast<unsigned char>(bytes[0]);
+  if (first >= 0xF8U) return false;  // no character begins with it
   const std::size_t size = first < 0x80U ? 1 : first < 0xE0U ? 2 : first < 0xF0U ? 3 : 4;
   return bytes.size() == size && std::all_of(bytes.begin() + 1, bytes.end(), isContinuation);
 }
