@@ -21,18 +21,4 @@ inline bool isASCII(const std::string &text) {
 /// What each subject defines: holds the behaviour against properties that are true of every input.
 void check(const Texts &texts);
 
-/// What both programs call: splits the input and checks it. False if a property does not hold, which GoogleTest has
-/// told on the standard output.
-inline bool holds(const std::string &input) {
-  static const std::string separator = "\n--\n";
-  Texts texts;
-  std::size_t begin = 0;
-  for (std::size_t end = 0; end != std::string::npos; begin = end + separator.size()) {
-    end = input.find(separator, begin);
-    texts.push_back(input.substr(begin, end - begin));
-  }
-  check(texts);
-  return !testing::UnitTest::GetInstance()->ad_hoc_test_result().Failed();
-}
-
 }  // namespace quillmark::fuzz
