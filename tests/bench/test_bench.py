@@ -48,7 +48,7 @@ class Figures(unittest.TestCase):
     def test_the_table_has_each_figure_beside_the_earlier_one_of_its_name(self):
         earlier = Figure(1, "sample payload", "s", [0.6], "shell script", [0.1])
         row = figures.table([SLOWER, ALONE], [earlier]).splitlines()[2]
-        self.assertEqual(row, "| sample payload | 600 ms | 375 ms | 312 ms – 438 ms | shell script, 125 ms | 6.00 | 2.00 |")
+        self.assertEqual(row, "| sample payload | 600 ms | 375 ms | 312 ms – 438 ms | shell script, 125 ms | 6.00 (+500 ms) | 2.00 (+125 ms) |")
 
 
 class Picture(unittest.TestCase):
