@@ -6,7 +6,7 @@ from bench.figures import text
 
 WIDTH = 860
 LABELS = 330
-VALUES = 150
+VALUES = 170
 BAR = 14
 ROW = 2 * BAR + 16
 HEADING = 44
