@@ -67,6 +67,12 @@ class Picture(unittest.TestCase):
         longest = max(float(bar.get("x")) + float(bar.get("width")) for bar in root.iter("{http://www.w3.org/2000/svg}rect"))
         self.assertLessEqual(longest, picture.WIDTH - picture.VALUES)
 
+    def test_times_and_memory_of_one_measurement_have_scales_of_their_own(self):
+        memory = Figure(1, "memory", "kB", [50_000], "shell script", [50_000])
+        root = xml.etree.ElementTree.fromstring(picture.svg([SLOWER, memory], "caption"))
+        lengths = [float(bar.get("width")) for bar in root.iter("{http://www.w3.org/2000/svg}rect")]
+        self.assertEqual(lengths[0], lengths[2])
+
     def test_a_picture_of_nothing_is_refused(self):
         with self.assertRaisesRegex(ValueError, "no pair"):
             picture.svg([ALONE], "caption")
