@@ -42,6 +42,11 @@ class Figure:
         """The quartiles."""
         return quartiles(self.values)
 
+    def comparison(self):
+        """The ratio, and for times the difference too."""
+        more = f" ({text(self.difference, self.unit, '+')})" if self.unit == "s" else ""
+        return f"{self.ratio:.2f}{more}"
+
     def as_json(self):
         made = {"median": self.median, "quartiles": self.spread}
         if self.others:
@@ -61,10 +66,10 @@ def quartiles(values):
     return [first, third]
 
 
-def text(value, unit):
+def text(value, unit, sign=""):
     """A value as a person reads it."""
     if unit == "s":
-        return f"{value * 1000:.0f} ms" if abs(value) < 1 else f"{value:.2f} s"
+        return f"{value * 1000:{sign}.0f} ms" if abs(value) < 1 else f"{value:{sign}.2f} s"
     if unit == "kB":
         return f"{value / 1024:.1f} MiB"
     return f"{value:,.0f} {unit}".rstrip()
@@ -77,7 +82,7 @@ def line(figure):
     if len(figure.values) > 1:
         told += f" ({low} to {high}, {len(figure.values)} runs)"
     if figure.others:
-        told += f"; {figure.than}: {text(figure.other, figure.unit)}; ratio {figure.ratio:.2f}"
+        told += f"; {figure.than}: {text(figure.other, figure.unit)}; ratio {figure.comparison()}"
     return told
 
 
@@ -92,6 +97,6 @@ def table(figures, earlier=()):
         cells = [figure.what, text(old.median, old.unit) if old else "", text(figure.median, figure.unit),
                  f"{low} – {high}" if len(figure.values) > 1 else "",
                  f"{figure.than}, {text(figure.other, figure.unit)}" if figure.others else "",
-                 f"{old.ratio:.2f}" if old and old.others else "", f"{figure.ratio:.2f}" if figure.others else ""]
+                 old.comparison() if old and old.others else "", figure.comparison() if figure.others else ""]
         rows.append("| " + " | ".join(cells) + " |")
     return "\n".join(rows)

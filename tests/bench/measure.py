@@ -94,7 +94,7 @@ class Bench:
         for name, one in macho.slices(executable).items():
             yield Figure(5, f"{name}, without signature", "bytes", [one.size_unsigned])
             yield Figure(5, f"{name}, imports", "", [len(one.imports)])
-            yield Figure(5, f"{name}, classes", "", [len(one.classes)])
+            yield Figure(5, f"{name}, classes", "", [len(one.classes())])
             yield Figure(5, f"{name}, relocations", "", [one.relocations])
 
     def slices(self):

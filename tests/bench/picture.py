@@ -6,7 +6,7 @@ from bench.figures import text
 
 WIDTH = 860
 LABELS = 330
-VALUES = 150
+VALUES = 170
 BAR = 14
 ROW = 2 * BAR + 16
 HEADING = 44
@@ -33,8 +33,8 @@ def svg(figures, caption):
         y += 26
         parts.append(f'<text class="heading" x="8" y="{y}">{escape(HEADINGS[number])}</text>')
         y += HEADING - 26 - 8
-        longest = max(max(figure.median, figure.other) for figure in group)
         for figure in group:
+            longest = max(max(one.median, one.other) for one in group if one.unit == figure.unit)
             parts += row(figure, y, longest)
             y += ROW
     y += 22

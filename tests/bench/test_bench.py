@@ -1,8 +1,10 @@
 """The plain parts of tools/bench: statistics, the form of what it writes, the picture, and what it refuses."""
 
+import contextlib
+import importlib.machinery
+import importlib.util
+import io
 import json
-import subprocess
-import sys
 import unittest
 import xml.etree.ElementTree
 
@@ -48,7 +50,7 @@ class Figures(unittest.TestCase):
     def test_the_table_has_each_figure_beside_the_earlier_one_of_its_name(self):
         earlier = Figure(1, "sample payload", "s", [0.6], "shell script", [0.1])
         row = figures.table([SLOWER, ALONE], [earlier]).splitlines()[2]
-        self.assertEqual(row, "| sample payload | 600 ms | 375 ms | 312 ms – 438 ms | shell script, 125 ms | 6.00 | 2.00 |")
+        self.assertEqual(row, "| sample payload | 600 ms | 375 ms | 312 ms – 438 ms | shell script, 125 ms | 6.00 (+500 ms) | 2.00 (+125 ms) |")
 
 
 class Picture(unittest.TestCase):
@@ -65,18 +67,34 @@ class Picture(unittest.TestCase):
         longest = max(float(bar.get("x")) + float(bar.get("width")) for bar in root.iter("{http://www.w3.org/2000/svg}rect"))
         self.assertLessEqual(longest, picture.WIDTH - picture.VALUES)
 
+    def test_times_and_memory_of_one_measurement_have_scales_of_their_own(self):
+        memory = Figure(1, "memory", "kB", [50_000], "shell script", [50_000])
+        root = xml.etree.ElementTree.fromstring(picture.svg([SLOWER, memory], "caption"))
+        lengths = [float(bar.get("width")) for bar in root.iter("{http://www.w3.org/2000/svg}rect")]
+        self.assertEqual(lengths[0], lengths[2])
+
     def test_a_picture_of_nothing_is_refused(self):
         with self.assertRaisesRegex(ValueError, "no pair"):
             picture.svg([ALONE], "caption")
 
 
 class Options(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        loader = importlib.machinery.SourceFileLoader("bench_command", str(REPOSITORY / "tools/bench"))
+        cls.command = importlib.util.module_from_spec(importlib.util.spec_from_loader(loader.name, loader))
+        loader.exec_module(cls.command)
+
     def refused(self, *words):
-        done = subprocess.run([sys.executable, REPOSITORY / "tools/bench", *words], capture_output=True, text=True,
-                              check=False, timeout=60)
-        self.assertEqual((done.returncode, done.stdout), (2, ""))
-        self.assertIn("usage: bench", done.stderr)
-        return done.stderr
+        with self.assertRaises(SystemExit) as end, contextlib.redirect_stderr(io.StringIO()) as errors:
+            self.command.parse(words)
+        self.assertEqual(end.exception.code, 2)
+        self.assertIn("usage: bench", errors.getvalue())
+        return errors.getvalue()
+
+    def test_without_options_everything_is_measured_in_fifteen_pairs(self):
+        options = self.command.parse([])
+        self.assertEqual((options.numbers, options.pairs, options.update_docs), ([1, 2, 3, 4, 5, 6], 15, False))
 
     def test_what_it_does_not_know_is_refused_with_its_usage(self):
         self.refused("--unknown")

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "app/launch_mode.hpp"
 #include "support/fake_mac.hpp"
 #include "support/installed.hpp"
 
@@ -79,6 +80,29 @@ TEST_F(Installation, AManagedInstallationDiffersInTheMarkerAndTheEndOnly) {
   installManaged();
   EXPECT_EQ(mac_.journal, thenTheEnd(sequence));
   EXPECT_EQ(at(staging + "/installationHelper.txt")->substr(0, 4), "Rmm\n");
+}
+
+TEST_F(Installation, AManagedLaunchMakesTheCallsOfTheInstallationAndNoOther) {
+  mac_.userDefaults.values = {{"partnerID", "P1"}, {"teamID", "T2"}};
+  applicationDidFinishLaunching(mac_.mac(), mac_.delegate);
+
+  Journal whole = thenTheEnd(sequence);
+  whole.insert(whole.begin(), "isRMMLaunch = 1");
+  EXPECT_EQ(mac_.journal, whole);
+  EXPECT_EQ(mac_.userDefaults.asked, (std::vector<std::string>{"teamID", "partnerID", "partnerID", "teamID"}));
+  EXPECT_TRUE(mac_.mainBundle.lookedUp.empty()) << "a text was translated that nobody sees";
+}
+
+TEST_F(Installation, ANewerSystemIsAskedTwiceWhetherTheInstallerWasRelocated) {
+  mac_.application.version = 2487.0;
+  installManaged();
+  Journal asked = mac_.journal;
+  for (const std::string &call : thenTheEnd(sequence)) asked.erase(std::find(asked.begin(), asked.end(), call));
+  const std::string framework = "/System/Library/Frameworks/Security.framework/Security";
+  const Journal once = {"dlopen " + framework, "dlsym SecTranslocateIsTranslocatedURL", "dlclose"};
+  Journal twice = once;
+  twice.insert(twice.end(), once.begin(), once.end());
+  EXPECT_EQ(asked, twice);
 }
 
 TEST_F(Installation, WithoutAComponentsFolderTheAlertIsShownAndTheApplicationEndsBeforeAnyFileIsTouched) {
