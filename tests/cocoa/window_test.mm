@@ -91,6 +91,20 @@ TEST_F(Window, TheBoxAloneSaysWhatATickAgreesTo) {
   EXPECT_TRUE([[delegate_.checkboxOutlet title] isEqualToString:sentence]);
 }
 
+TEST_F(Window, TheTabKeyWalksAllControlsFromTheBoxDownAndBackToIt) {
+  NSArray *const expected = @[
+    delegate_.checkboxOutlet, delegate_.linkBtnOutlet, delegate_.privacyTextOutlet, installButton(), delegate_.textView
+  ];
+  NSMutableArray *const walked = [NSMutableArray array];
+  NSView *view = (NSView *)[delegate_.window initialFirstResponder];
+  for (NSUInteger i = 0; i < [expected count] && view != nil; ++i) {
+    [walked addObject:view];
+    view = [view nextKeyView];
+  }
+  EXPECT_TRUE([walked isEqual:expected]) << [[walked description] UTF8String];
+  EXPECT_EQ(view, delegate_.checkboxOutlet);
+}
+
 TEST_F(Window, AfterAnInstallationTheTermsControlsAreHiddenAndTheLineUnderTheButtonChanges) {
   EXPECT_FALSE([label(waitText_) isHidden]);
   EXPECT_TRUE([label(finishedText_) isHidden]);
