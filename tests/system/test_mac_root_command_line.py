@@ -3,6 +3,8 @@
 import os
 import shutil
 import stat
+import tempfile
+from pathlib import Path
 
 from support.mac import EXECUTABLE, INSTALLER
 from support.mac_root import DOWNLOADS, MacRootTest
@@ -112,25 +114,34 @@ class CommandLine(MacRootTest):
         result = self.mac_root("--distribution", self.folder / "distribution")
         self.assert_refused(result, "holds no program Quillmark Installer.app/Contents", status=125)
 
-    def test_a_pipe_or_a_device_in_a_distribution_is_named_and_never_opened(self):
+    def assert_named_and_not_copied(self, kind):
         distribution = self.folder / "distribution"
         shutil.copytree(self.distribution, distribution, symlinks=True)
         odd = distribution / "components/WGComponents/odd"
-        kinds = {"a pipe": stat.S_IFIFO, "a socket": stat.S_IFSOCK}
-        if os.geteuid() == 0:
-            kinds["a device"] = stat.S_IFCHR
-        for name, kind in kinds.items():
-            with self.subTest(name):
-                os.mknod(odd, kind | 0o666, os.makedev(1, 5))  # the device never ends
-                result = self.mac_root("--distribution", distribution)
-                self.assert_refused(result, f"{odd} is neither a file, a folder nor a link", status=125)
-                self.assert_left_nothing()
-                odd.unlink()
+        try:
+            os.mknod(odd, kind | 0o666, os.makedev(1, 5))  # the device never ends
+        except PermissionError:
+            self.skipTest("nobody may make a device here")
+        result = self.mac_root("--distribution", distribution)
+        self.assert_refused(result, f"{odd} is neither a file, a folder nor a link", status=125)
+        self.assert_left_nothing()
+
+    def test_a_pipe_in_a_distribution_is_named_and_never_opened(self):
+        self.assert_named_and_not_copied(stat.S_IFIFO)
+
+    def test_a_socket_in_a_distribution_is_named(self):
+        self.assert_named_and_not_copied(stat.S_IFSOCK)
+
+    def test_a_device_in_a_distribution_is_named_and_never_opened(self):
+        self.assert_named_and_not_copied(stat.S_IFCHR)
 
     def test_a_link_in_a_distribution_stays_a_link_wherever_it_leads(self):
         distribution = self.folder / "distribution"
         shutil.copytree(self.distribution, distribution, symlinks=True)
-        victim = self.folder / "victim"
+        # Not in memory: with proot /dev is the host's, and so is /dev/shm.
+        hidden = tempfile.TemporaryDirectory(dir="/var/tmp")
+        self.addCleanup(hidden.cleanup)
+        victim = Path(hidden.name) / "victim"
         victim.mkdir()
         (victim / "diary").write_text("private")
         for name, target in {"absolute": victim, "upwards": "../../../../../../../../victim"}.items():
