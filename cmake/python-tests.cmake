@@ -36,10 +36,16 @@ function(quillmark_add_python_tests kind)
   string(REPLACE "\n" ";" tests "${tests}")
   foreach(test IN LISTS tests)
     string(REGEX REPLACE "^${arg_FOLDER}\\.[^.]+" "${kind}" name ${test})
-    add_test(NAME ${name} COMMAND python3 -B -m unittest -v ${test} WORKING_DIRECTORY ${folder})
-    # With -v unittest says after a test's name why it was skipped. What takes seconds may take minutes on a machine that
-    # has a lot else to do; what waits inside a test gives up sooner.
-    set_tests_properties(${name} PROPERTIES
-      LABELS ${kind} SKIP_REGULAR_EXPRESSION " \\.\\.\\. skipped ['\"]" TIMEOUT 600 ${arg_PROPERTIES})
+    quillmark_add_python_test(${name} ${test} PROPERTIES LABELS ${kind} ${arg_PROPERTIES})
   endforeach()
+endfunction()
+
+# quillmark_add_python_test(NAME TEST [PROPERTIES NAME VALUE ...])
+#
+# Adds one test method, FOLDER.MODULE.Class.test_method, under a name of its own.
+function(quillmark_add_python_test name test)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" PROPERTIES)
+  add_test(NAME ${name} COMMAND python3 -B -m support.run_test ${test} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/tests)
+  # What takes seconds may take minutes on a machine that has a lot else to do; what waits inside a test gives up sooner.
+  set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 600 ${arg_PROPERTIES})
 endfunction()

@@ -44,8 +44,8 @@ def choose_way(root, options):
                 way = ways.choose(root, options, session.mounts(root, options), session.environment(options))
             except assembly.Refusal as refusal:
                 raise unittest.SkipTest(str(refusal)) from refusal
-            if not way.can_restrict:
-                raise unittest.SkipTest(f"{way.name} cannot make anything read-only or full")
+        if not way.can_restrict:
+            raise unittest.SkipTest(f"{way.name} cannot make anything read-only or full")
         return way
 
 
