@@ -255,6 +255,13 @@ TEST_F(HelperClient, TheConnectionSpeaksTheHelpersProtocol) {
   EXPECT_TRUE([NSStringFromProtocol([interface protocol]) isEqualToString:@"HelperToolProtocol"]);
 }
 
+// A thread that GNUstep learns of by itself may catch the main thread with a lock that cannot be unlocked any more.
+TEST_F(HelperClient, TheProgramKnowsThatItHasSeveralThreadsAsSoonAsThereIsAConnection) {
+  ASSERT_FALSE([NSThread isMultiThreaded]);
+  [delegate_ connectToHelperTool];
+  EXPECT_TRUE([NSThread isMultiThreaded]);
+}
+
 TEST_F(HelperClient, AConnectionThatIsNotPrivilegedReachesNoHelper) {
   registerHelper();
   NSXPCConnection *plain = [[NSXPCConnection alloc] initWithMachServiceName:service options:0];

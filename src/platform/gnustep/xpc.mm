@@ -46,10 +46,21 @@ Retained<NSObject> copied(Block block) {
   return Retained<NSObject>::assume(static_cast<NSObject *>([(id)block copy]));
 }
 
+/// GNUstep's lazy locks lock nothing until the program knows that it has several threads. If it learns that from the
+/// new thread, the old one may be between locking and unlocking, and the unlocking raises an exception.
+void becomeMultiThreaded() {
+  if (![NSThread isMultiThreaded]) {
+    [NSThread detachNewThreadSelector:@selector(self) toTarget:[NSThread class] withObject:nil];
+  }
+}
+
 /// Runs functions one at a time, in order, on a thread of its own.
 class PrivateQueue {
  public:
-  PrivateQueue() { std::thread(serve, shared_).detach(); }
+  PrivateQueue() {
+    becomeMultiThreaded();
+    std::thread(serve, shared_).detach();
+  }
 
   ~PrivateQueue() {
     post([shared = shared_] { shared->closed = true; });
