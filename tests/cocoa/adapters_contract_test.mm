@@ -2,13 +2,15 @@
 
 #import <Foundation/Foundation.h>
 
+#include <linux/capability.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
+#import "cocoa/support/temporary_folder.h"
 #include "contract/bundle_contract.hpp"
 #include "contract/file_manager_contract.hpp"
 #include "contract/path_examples.hpp"
@@ -23,37 +25,24 @@ namespace quillmark::contract {
 
 namespace {
 
-/// A folder of its own, gone with it.
-class TemporaryFolder {
+/// While one exists, permissions bind root like any other user on this thread: capabilities(7).
+class BoundByPermissions {
  public:
-  TemporaryFolder() {
-    std::string name = "/tmp/quillmark-XXXXXX";  // where every user may look
-    path_ = mkdtemp(name.data());
+  BoundByPermissions() {
+    EXPECT_EQ(syscall(SYS_capget, &header_, had_.data()), 0);
+    auto fewer = had_;
+    for (const unsigned capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) {
+      fewer[CAP_TO_INDEX(capability)].effective &= ~CAP_TO_MASK(capability);
+    }
+    EXPECT_EQ(syscall(SYS_capset, &header_, fewer.data()), 0);
   }
-  ~TemporaryFolder() { fs::remove_all(path_); }
-  [[nodiscard]] const std::string &path() const { return path_; }
+  ~BoundByPermissions() { EXPECT_EQ(syscall(SYS_capset, &header_, had_.data()), 0); }
+  BoundByPermissions(const BoundByPermissions &) = delete;
+  BoundByPermissions &operator=(const BoundByPermissions &) = delete;
 
  private:
-  std::string path_;
-};
-
-void writeFile(const std::string &path, const std::string &contents) {
-  fs::create_directories(fs::path(path).parent_path());
-  std::ofstream(path) << contents;
-}
-
-/// Root may do everything, so while one exists root acts as a user whom permissions bind.
-class OrdinaryUser {
- public:
-  explicit OrdinaryUser(const std::string &folder) {
-    if (geteuid() != 0) return;
-    constexpr uid_t nobody = 65534;
-    EXPECT_EQ(chown(folder.c_str(), nobody, nobody), 0);
-    EXPECT_EQ(seteuid(nobody), 0);
-  }
-  ~OrdinaryUser() { EXPECT_EQ(seteuid(getuid()), 0); }
-  OrdinaryUser(const OrdinaryUser &) = delete;
-  OrdinaryUser &operator=(const OrdinaryUser &) = delete;
+  __user_cap_header_struct header_ = {.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
+  std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> had_ = {};
 };
 
 class RealFiles final : public FileManagerSubject {
@@ -71,13 +60,12 @@ class RealFiles final : public FileManagerSubject {
     if (!fs::exists(status)) return std::nullopt;
     if (fs::is_symlink(status)) return "-> " + fs::read_symlink(path).string();
     if (fs::is_directory(status)) return "folder";
-    std::ifstream file(path);
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    return contentsOf(path);
   }
 
  private:
   TemporaryFolder folder_;
-  OrdinaryUser user_{folder_.path()};
+  BoundByPermissions bound_;
   cocoa::CocoaFileManager files_;
 };
 

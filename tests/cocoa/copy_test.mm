@@ -11,9 +11,9 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 
+#import "cocoa/support/temporary_folder.h"
 #import "platform/cocoa/foundation.h"
 
 namespace fs = std::filesystem;
@@ -52,26 +52,11 @@ namespace {
 
 class Copy : public testing::Test {
  protected:
-  Copy() {
-    std::string name = "/tmp/quillmark-XXXXXX";
-    folder_ = mkdtemp(name.data());
-  }
-  ~Copy() override {
-    copyFileRangeError = setAttributeError = 0;
-    fs::remove_all(folder_);
-  }
+  ~Copy() override { copyFileRangeError = setAttributeError = 0; }
 
-  std::string path(const std::string &name) { return folder_ + "/" + name; }
-
-  void addFile(const std::string &name, const std::string &contents) {
-    fs::create_directories(fs::path(path(name)).parent_path());
-    std::ofstream(path(name)) << contents;
-  }
-
-  std::string contents(const std::string &name) {
-    std::ifstream file(path(name));
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::string path(const std::string &name) { return folder_.path() + "/" + name; }
+  void addFile(const std::string &name, const std::string &contents) { writeFile(path(name), contents); }
+  std::string contents(const std::string &name) { return contentsOf(path(name)); }
 
   void setMode(const std::string &name, mode_t mode) { ASSERT_EQ(chmod(path(name).c_str(), mode), 0); }
 
@@ -106,7 +91,7 @@ class Copy : public testing::Test {
   bool copy() { return files_.copyItemAtPath(path("source"), path("target")); }
 
  private:
-  std::string folder_;
+  TemporaryFolder folder_;
   cocoa::CocoaFileManager files_;
 };
 

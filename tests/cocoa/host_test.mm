@@ -7,6 +7,9 @@
 
 #include <csignal>
 #include <filesystem>
+#include <string>
+
+#import "cocoa/support/temporary_folder.h"
 
 namespace fs = std::filesystem;
 
@@ -16,8 +19,6 @@ namespace {
 class Lock : public testing::Test {
  protected:
   Lock() {
-    std::string name = "/tmp/quillmark-XXXXXX";
-    folder_ = mkdtemp(name.data());
     theirs_ = [lock() retain];
     EXPECT_TRUE([theirs_ tryLock]);
   }
@@ -25,19 +26,20 @@ class Lock : public testing::Test {
     [theirs_ breakLock];
     [theirs_ release];
     [pool_ drain];
-    fs::remove_all(folder_);
   }
 
   [[nodiscard]] NSDistributedLock *lock() const {
-    return [NSDistributedLock lockWithPath:[NSString stringWithUTF8String:(folder_ / "lock").c_str()]];
+    return [NSDistributedLock lockWithPath:[NSString stringWithUTF8String:path().c_str()]];
   }
   void age(std::chrono::seconds seconds) const {
-    fs::last_write_time(folder_ / "lock", fs::file_time_type::clock::now() - seconds);
+    fs::last_write_time(path(), fs::file_time_type::clock::now() - seconds);
   }
 
  private:
+  [[nodiscard]] std::string path() const { return folder_.path() + "/lock"; }
+
   NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
-  fs::path folder_;
+  quillmark::TemporaryFolder folder_;
   NSDistributedLock *theirs_ = nil;
 };
 

@@ -6,11 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
 
+#import "cocoa/support/temporary_folder.h"
 #import "platform/cocoa/text.h"
 
 namespace fs = std::filesystem;
@@ -33,8 +33,6 @@ class SecurityFramework : public testing::Test {
   };
 
   SecurityFramework() {
-    std::string name = fs::temp_directory_path() / "quillmark-security-XXXXXX";
-    folder_ = fs::canonical(mkdtemp(name.data()));
     fs::create_directories(framework() / "Versions/A/Resources");
     fs::copy(QUILLMARK_SECURITY_FRAMEWORK, framework() / "Versions/A/Security");
     fs::create_symlink("A", framework() / "Versions/Current");
@@ -44,10 +42,7 @@ class SecurityFramework : public testing::Test {
     fs::create_directories(relocated());
   }
 
-  ~SecurityFramework() override {
-    [pool_ drain];
-    fs::remove_all(folder_);
-  }
+  ~SecurityFramework() override { [pool_ drain]; }
 
   fs::path framework() { return folder_ / "Security.framework"; }
   fs::path relocated() { return folder_ / "d/Quillmark Installer.app"; }
@@ -87,7 +82,8 @@ class SecurityFramework : public testing::Test {
     return answer;
   }
 
-  fs::path folder_;
+  TemporaryFolder temporaryFolder_;
+  fs::path folder_ = temporaryFolder_.path();
   NSError *lastErrors_[2] = {};
   NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
 };

@@ -220,10 +220,12 @@ TEST_P(FileManagerContract, AFolderThatMayNotBeSearchedIsNeitherCopiedNorRemoved
   EXPECT_EQ(at("folder/file"), "text");
 }
 
-TEST_P(FileManagerContract, AFolderThatMayNotBeReadIsNotCopied) {
+TEST_P(FileManagerContract, AFolderThatMayNotBeReadIsNeitherCopiedNorRemoved) {
   addFile("source/deep/file", "text");
   setMode("source/deep", 0300);
   EXPECT_FALSE(files().copyItemAtPath(path("source"), path("target")));
+  EXPECT_FALSE(files().removeItemAtPath(path("source")));
+  EXPECT_EQ(at("source/deep/file"), "text");
 }
 
 TEST_P(FileManagerContract, AFileThatMayNotBeReadIsNotCopied) {

@@ -42,6 +42,11 @@ TEST_P(UserDefaultsContract, AStringIsReadAsItStands) {
   EXPECT_EQ(defaults_.valueForKey("teamID"), " \"T\u00e9am\"\n100% @ ");
 }
 
+TEST_P(UserDefaultsContract, ALoneSurrogateIsReadAsItStands) {
+  subject_->setString("teamID", "P\xED\xA0\x80");
+  EXPECT_EQ(defaults_.valueForKey("teamID"), "P\xED\xA0\x80");
+}
+
 TEST_P(UserDefaultsContract, ANumberIsReadInDecimal) {
   subject_->setInteger("teamID", -42);
   EXPECT_TRUE(defaults_.hasValueForKey("teamID"));

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#import "cocoa/support/temporary_folder.h"
+
 namespace quillmark {
 
 /// While one exists, the main bundle is "Installer.app" in an empty folder of its own, so that a test decides what lies
@@ -17,10 +19,7 @@ class InstallerFolder {
   void addResource(const std::string &name, const std::string &contents);
 
  private:
-  std::string path_;
+  TemporaryFolder folder_;
 };
-
-/// A file's contents; empty when there is none.
-std::string contentsOf(const std::string &path);
 
 }  // namespace quillmark

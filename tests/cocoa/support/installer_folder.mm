@@ -5,13 +5,6 @@
 #include <gtest/gtest.h>
 #include <objc/runtime.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
-namespace fs = std::filesystem;
-
 namespace {
 
 NSString *pretendedBundle;
@@ -25,11 +18,6 @@ void exchangeAll() {
     method_exchangeImplementations(class_getInstanceMethod([NSBundle class], original),
                                    class_getInstanceMethod([NSBundle class], replacement));
   }
-}
-
-void writeFile(const fs::path &path, const std::string &contents) {
-  fs::create_directories(path.parent_path());
-  std::ofstream(path) << contents;
 }
 
 }  // namespace
@@ -55,10 +43,8 @@ namespace quillmark {
 
 InstallerFolder::InstallerFolder() {
   EXPECT_EQ(pretendedBundle, nil);
-  std::string name = fs::temp_directory_path() / "quillmark-installer-XXXXXX";
-  path_ = mkdtemp(name.data());
   (void)[NSBundle mainBundle];
-  pretendedBundle = [[NSString alloc] initWithUTF8String:(path_ + "/Installer.app").c_str()];
+  pretendedBundle = [[NSString alloc] initWithUTF8String:(folder_.path() + "/Installer.app").c_str()];
   exchangeAll();
 }
 
@@ -66,20 +52,14 @@ InstallerFolder::~InstallerFolder() {
   exchangeAll();
   [pretendedBundle release];
   pretendedBundle = nil;
-  fs::remove_all(path_);
 }
 
 void InstallerFolder::addComponent(const std::string &name, const std::string &contents) {
-  writeFile(fs::path(path_) / "components" / name, contents);
+  writeFile(folder_.path() + "/components/" + name, contents);
 }
 
 void InstallerFolder::addResource(const std::string &name, const std::string &contents) {
-  writeFile(fs::path(path_) / "Installer.app" / name, contents);
-}
-
-std::string contentsOf(const std::string &path) {
-  std::ifstream file(path);
-  return std::string(std::istreambuf_iterator<char>(file), {});
+  writeFile(folder_.path() + "/Installer.app/" + name, contents);
 }
 
 }  // namespace quillmark
