@@ -9,13 +9,12 @@ import tempfile
 import time
 from pathlib import Path
 
+from support.case import BOTH, MANAGED_MARKER
 from support.mac import DISTRIBUTION, folder_in_memory
 from support.waiting import ending_with_us
 from torture.place import Place, remove_tree
 
 FOLDER = Path(__file__).resolve().parent
-MARKER = b"Rmm\nP1\nT2\nyes"
-MANAGED = ["-teamID", "T2", "-partnerID", "P1"]
 # A picture that has not changed for so long is the last one.
 STILL_SECONDS = 0.15
 LONGEST_SECONDS = 20
@@ -125,7 +124,7 @@ class Mac:
     # What is measured
 
     def install(self):
-        return self.installed(self.run(*self.place.installer(MANAGED)))
+        return self.installed(self.run(*self.place.installer(BOTH)))
 
     def install_by_script(self):
         folder = str(Path(self.place.bundle).parent)
@@ -134,7 +133,7 @@ class Mac:
     def installed(self, answer):
         """Nothing counts that has not installed: the marker is looked at, and taken away for the next run."""
         marker = self.place.at(f"{self.place.home}/Quillmark_Components/installationHelper.txt")
-        if not marker.exists() or marker.read_bytes() != MARKER:
+        if not marker.exists() or marker.read_bytes() != MANAGED_MARKER:
             raise Refusal("a run has left no marker: " + answer["output"])
         marker.unlink()
         return answer

@@ -127,7 +127,7 @@ TEST_F(DelegateTest, ClosingTheLastWindowEndsTheApplication) {
   EXPECT_TRUE([delegate_ applicationShouldTerminateAfterLastWindowClosed:NSApp]);
 }
 
-TEST_F(DelegateTest, WithoutTheTwoDefaultsTheTitleIsInstall) {
+TEST_F(DelegateTest, WithoutTheDefaultsTheTitleIsInstall) {
   setLaunchDefaults(@{@"teamID" : @"T2"});
   [delegate_ applicationDidFinishLaunching:nil];
   EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Install"]);
@@ -287,7 +287,15 @@ TEST_F(LogTest, ALoneSurrogateIsAppendedAsItStands) {
 
 TEST_F(LogTest, TheViewIsNeitherScrolledNorTrimmedAndItsSelectionStays) {
   NSScrollView *scroller = [[[NSScrollView alloc] initWithFrame:NSMakeRect(0, 0, 300, 50)] autorelease];
+  [textView_ setVerticallyResizable:YES];
+  [textView_ setMaxSize:NSMakeSize(300, 1e6)];
   [scroller setDocumentView:textView_];
+  NSWindow *window = [[[NSWindow alloc] initWithContentRect:[scroller frame]
+                                                  styleMask:NSBorderlessWindowMask
+                                                    backing:NSBackingStoreBuffered
+                                                      defer:YES] autorelease];
+  [window setReleasedWhenClosed:NO];
+  [window setContentView:scroller];
   [delegate_ logText:@"first\n"];
   serveMainQueue();
   [textView_ setSelectedRange:NSMakeRange(1, 3)];
@@ -300,6 +308,8 @@ TEST_F(LogTest, TheViewIsNeitherScrolledNorTrimmedAndItsSelectionStays) {
   EXPECT_EQ(log(), expected);
   EXPECT_TRUE(NSEqualPoints([textView_ visibleRect].origin, visible.origin));
   EXPECT_TRUE(NSEqualRanges([textView_ selectedRange], NSMakeRange(1, 3)));
+  [textView_ scrollRangeToVisible:NSMakeRange(expected.size(), 0)];
+  EXPECT_FALSE(NSEqualPoints([textView_ visibleRect].origin, visible.origin)) << "it cannot be scrolled here";
 }
 
 TEST_F(LogTest, TenThousandLinesFromABackgroundThreadArriveInOrder) {

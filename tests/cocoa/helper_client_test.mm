@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -47,15 +48,18 @@
 
 @end
 
-/// Must not be asked for its descriptor.
-@interface UnreadableHandle : NSFileHandle
+/// Writes down that it was asked for its descriptor, which is its place in the order of all that were asked.
+@interface NotingHandle : NSFileHandle {
+ @public
+  std::vector<NSFileHandle *> *asked;
+}
 @end
 
-@implementation UnreadableHandle
+@implementation NotingHandle
 
 - (int)fileDescriptor {
-  ADD_FAILURE() << "there is an error";
-  return -1;
+  asked->push_back(self);
+  return static_cast<int>(asked->size());
 }
 
 @end
@@ -67,7 +71,8 @@
   std::atomic<int> *installs;
   NSString *installedPath;
   NSData *givenAuthorization;
-  NSFileHandle *handle;
+  NSFileHandle *ipv4;
+  NSFileHandle *ipv6;
   BOOL silent;
   std::atomic<int> *received;
 }
@@ -77,6 +82,8 @@
 
 - (id)init {
   self = [super init];
+  ipv4 = [NSFileHandle fileHandleWithStandardInput];
+  ipv6 = [NSFileHandle fileHandleWithStandardError];
   installs = new std::atomic<int>(0);
   received = new std::atomic<int>(0);
   return self;
@@ -112,8 +119,7 @@
                                withReply:(void (^)(NSError *, NSFileHandle *, NSFileHandle *))reply {
   [givenAuthorization release];
   givenAuthorization = [authorization retain];
-  NSFileHandle *ipv4 = handle != nil ? handle : [NSFileHandle fileHandleWithStandardInput];
-  reply(error, ipv4, [NSFileHandle fileHandleWithStandardError]);
+  reply(error, ipv4, ipv6);
 }
 
 @end
@@ -163,6 +169,17 @@ class HelperClient : public testing::Test {
   }
 
   void registerHelper() { registerMachService(service, helper_); }
+
+  /// The handles of a bind reply that are asked for their descriptors from now on, in order.
+  std::shared_ptr<std::vector<NSFileHandle *>> giveNotingHandles() {
+    auto asked = std::make_shared<std::vector<NSFileHandle *>>();
+    for (NSFileHandle **const handle : {&helper_->ipv4, &helper_->ipv6}) {
+      NotingHandle *noting = [[[NotingHandle alloc] init] autorelease];
+      noting->asked = asked.get();
+      *handle = noting;
+    }
+    return asked;
+  }
 
   /// The log once it holds as many lines.
   std::string log(std::size_t lines) {
@@ -216,6 +233,14 @@ TEST_F(HelperClient, ABindReplyLogsBothDescriptors) {
   EXPECT_EQ(helper_->givenAuthorization, nil);
 }
 
+TEST_F(HelperClient, TheDescriptorsOfABindReplyAreTakenInOrder) {
+  registerHelper();
+  const auto asked = giveNotingHandles();
+  [delegate_ bindAction:nil];
+  EXPECT_EQ(log(1), "IPv4 = 1, IPv6 = 2\n");
+  EXPECT_EQ(*asked, (std::vector<NSFileHandle *>{helper_->ipv4, helper_->ipv6}));
+}
+
 TEST_F(HelperClient, ABindReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
   registerHelper();
   helper_->error = [NSError errorWithDomain:@"NSPOSIXErrorDomain" code:13 userInfo:nil];
@@ -244,9 +269,10 @@ TEST_F(HelperClient, AnAuthorizationArrivesWithAnInstallAndIsWrittenToTheConsole
 TEST_F(HelperClient, TheHandlesOfABindReplyThatCarriesAnErrorAreNotLookedAt) {
   registerHelper();
   helper_->error = [NSError errorWithDomain:@"NSPOSIXErrorDomain" code:13 userInfo:nil];
-  helper_->handle = [[[UnreadableHandle alloc] init] autorelease];
+  const auto asked = giveNotingHandles();
   [delegate_ bindAction:nil];
   EXPECT_EQ(log(1), "error NSPOSIXErrorDomain / 13\n");
+  EXPECT_TRUE(asked->empty());
 }
 
 TEST_F(HelperClient, TheConnectionSpeaksTheHelpersProtocol) {

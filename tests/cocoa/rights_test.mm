@@ -102,7 +102,9 @@ TEST_F(Registering, WhenOneIsMissingOnlyThatOneIsSet) {
 TEST_F(Registering, HandsTheAuthorizationOnToTheDatabase) {
   const int anything = 0;
   const auto authorization = reinterpret_cast<AuthorizationRef>(&anything);
-  for (const RightSetCall &call : registered(authorization)) EXPECT_EQ(call.authorization, authorization);
+  const auto calls = registered(authorization);
+  ASSERT_EQ(calls.size(), 2U);
+  for (const RightSetCall &call : calls) EXPECT_EQ(call.authorization, authorization);
 }
 
 TEST_F(CommonClass, TheFirstCallsFromManyThreadsReturnOneObject) {

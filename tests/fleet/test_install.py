@@ -6,7 +6,8 @@ import subprocess
 import tempfile
 from pathlib import Path
 
-from support.fleet import BOTH, FLEET_COPY, KIT, MANAGED_MARKER, STANDARD, STAND_INS, FleetTest
+from support.case import MANAGED_MARKER
+from support.fleet import BOTH, FLEET_COPY, KIT, STANDARD, STAND_INS, FleetTest
 from support.mac import DISTRIBUTION, EXECUTABLE, INSTALLER
 from support.tree import tree
 

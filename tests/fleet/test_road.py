@@ -1,6 +1,7 @@
 """The road of an administrator from the first check to the last."""
 
-from support.fleet import BOTH, MANAGED_MARKER, STANDARD, FleetTest
+from support.case import MANAGED_MARKER
+from support.fleet import BOTH, STANDARD, FleetTest
 
 
 class Road(FleetTest):

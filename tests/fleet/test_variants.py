@@ -3,7 +3,8 @@
 import plistlib
 import shutil
 
-from support.fleet import KIT, MANAGED_MARKER, STANDARD, FleetTest
+from support.case import MANAGED_MARKER
+from support.fleet import KIT, STANDARD, FleetTest
 
 
 class Variants(FleetTest):

@@ -16,6 +16,8 @@ PICTURES = Path(os.environ.get("QUILLMARK_PICTURES", BUILD / "Testing/pictures")
 MARKER = "installationHelper.txt"
 COMPONENT = "QuillmarkGuard"
 INTERACTIVE_MARKER = b"Device\nyes"
+BOTH = ["-teamID", "T2", "-partnerID", "P1"]
+MANAGED_MARKER = b"Rmm\nP1\nT2\nyes"
 
 
 def installation_lines(folder, components="/Users/ann/Downloads/Quillmark Installer/components"):

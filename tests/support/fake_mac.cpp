@@ -414,7 +414,10 @@ void FakeURLs::release(URLRef url) {
   delete static_cast<const std::string *>(url);
 }
 
-bool FakeUserDefaults::hasValueForKey(const std::string &key) { return valueForKey(key).has_value(); }
+bool FakeUserDefaults::hasValueForKey(const std::string &key) {
+  asked.push_back("has " + key);
+  return values.contains(key);
+}
 
 std::optional<std::string> FakeUserDefaults::valueForKey(const std::string &key) {
   asked.push_back(key);

@@ -301,7 +301,7 @@ class FakeUserDefaults final : public UserDefaults {
   std::optional<std::string> valueForKey(const std::string &key) override;
 
   std::map<std::string, std::string> values;
-  /// The keys that were asked for, in order.
+  /// The keys that were asked for, in order; after "has " those of which only the presence was.
   std::vector<std::string> asked;
 };
 

@@ -24,7 +24,6 @@ DOMAIN = "com.quillmark.customInstaller"
 MANAGEMENT = "/Library/Management"
 FLEET_COPY = "/Library/Application Support/Quillmark Installer"
 BOTH = ["--team", "T2", "--partner", "P1"]
-MANAGED_MARKER = b"Rmm\nP1\nT2\nyes"
 
 ADMINISTRATOR = "20 80"
 STANDARD = "20"

@@ -5,12 +5,10 @@ import shutil
 import tempfile
 from pathlib import Path
 
-from support.case import COMPONENT, SystemTest, installation_lines
+from support.case import BOTH, COMPONENT, MANAGED_MARKER, SystemTest, installation_lines
 from support.mac import DISTRIBUTION, component
 from support.tree import tree
 
-BOTH = ["-teamID", "T2", "-partnerID", "P1"]
-MARKER = b"Rmm\nP1\nT2\nyes"
 USER_ID = "501\n"
 # From the folder in which the component's one is looked for up to the root.
 UP = "../../../../../.."
@@ -39,7 +37,7 @@ class HostileEnvironment(HostileTest):
             mac.at(folder).mkdir()
             (mac.at(folder) / "libhostile.dylib").write_text("no library\n")
             outcomes.append((self.install(mac), mac.everything()))
-            self.assert_installed(mac, marker=MARKER)
+            self.assert_installed(mac, marker=MANAGED_MARKER)
         self.assertEqual(outcomes[0][0], outcomes[1][0])
         self.assert_same_tree(outcomes[1][1], outcomes[0][1])
 
@@ -52,7 +50,7 @@ class HostileEnvironment(HostileTest):
         self.assertEqual(self.install(mac), installation_lines("Sonoma"))
         self.assertEqual((mac.home / "who").read_text(), USER_ID)
         self.assert_applications(mac)
-        self.assert_staged(mac, None, MARKER)
+        self.assert_staged(mac, None, MANAGED_MARKER)
 
 
 class HostileTemporaryFolder(HostileTest):
@@ -63,7 +61,7 @@ class HostileTemporaryFolder(HostileTest):
         self.assertEqual((mac.home / "who").read_text(), USER_ID)
         self.assertEqual([place for place in ("/Users/who", "/who") if mac.at(place).exists()], [])
         self.assert_applications(mac)
-        self.assert_staged(mac, None, MARKER)
+        self.assert_staged(mac, None, MANAGED_MARKER)
 
     def test_what_somebody_else_left_there_and_cannot_be_removed_is_staged_in_the_components_place(self):
         """As in a temporary folder that others share: what is theirs cannot be removed, only copied."""
@@ -87,7 +85,7 @@ class HostileReleaseText(HostileTest):
                 self.assertEqual(self.install(mac), installation_lines(release))
                 self.assertFalse((mac.home / "who").exists())
                 self.assert_applications(mac)
-                self.assert_staged(mac, None, MARKER)
+                self.assert_staged(mac, None, MANAGED_MARKER)
 
     def test_one_that_leads_elsewhere_takes_what_its_user_may_read(self):
         release = f"{UP}/private/tmp/elsewhere"
@@ -107,7 +105,7 @@ class HostileReleaseText(HostileTest):
         secret.chmod(0)
         self.assertEqual(self.install(mac), installation_lines(release))
         self.assert_applications(mac)
-        self.assert_staged(mac, None, MARKER)
+        self.assert_staged(mac, None, MANAGED_MARKER)
 
 
 class HostileComponents(HostileTest):
@@ -135,5 +133,5 @@ class HostileLinks(HostileTest):
             link.symlink_to("/private/tmp/victim")
         self.assertEqual(self.install(mac), installation_lines("Sonoma"))
         self.assert_same_tree(tree(victim), before)
-        self.assert_installed(mac, marker=MARKER)
+        self.assert_installed(mac, marker=MANAGED_MARKER)
         self.assert_same_tree(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))

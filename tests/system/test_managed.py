@@ -2,14 +2,12 @@
 
 import shutil
 
-from support.case import COMPONENT, SystemTest, installation_lines
+from support.case import BOTH, COMPONENT, MANAGED_MARKER, SystemTest, installation_lines
 from support.installer import CRITICAL, MENU_BAR
 from support.interface import INSTALL_BUTTON
 from support.mac import component
 from support.tree import tree
 
-BOTH = ["-teamID", "T2", "-partnerID", "P1"]
-MANAGED_MARKER = b"Rmm\nP1\nT2\nyes"
 MANAGED_LINES = installation_lines("Sonoma")
 
 
@@ -73,6 +71,14 @@ class LaunchMode(ManagedTest):
     def test_two_empty_strings_are_a_managed_launch(self):
         self.assert_marker(b"Rmm\n\n\nyes", teamID="", partnerID="")
 
+    def test_a_missing_licence_text_is_named_on_the_console_and_the_run_ends_with_the_steps_before_it_done(self):
+        mac = self.mac("--no-licence")
+        installer = self.run_managed(mac, *BOTH)
+        self.assertEqual(installer.console(), ["Directory Created", "-" * 28,
+                                               "the command printed nothing, so there is no last character to drop"])
+        self.assert_applications(mac)
+        self.assert_staged(mac, None, MANAGED_MARKER)
+
     def assert_interactive(self, mac, *arguments):
         """The window is shown with "Install"; the marker is the interactive one whatever the defaults hold."""
         installer = self.open(mac, *arguments)
@@ -86,8 +92,7 @@ class LaunchMode(ManagedTest):
 
 
 class MarkerFile(ManagedTest):
-    def test_partner_p1_and_team_t2_make_thirteen_bytes(self):
-        self.assertEqual(len(MANAGED_MARKER), 13)
+    def test_it_holds_the_word_for_a_managed_run_the_partner_the_team_and_yes(self):
         self.assert_marker(MANAGED_MARKER, *BOTH)
 
     def test_numbers_carry_their_decimal_digits(self):

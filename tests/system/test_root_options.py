@@ -76,7 +76,7 @@ class Relocation(OptionsTest):
         self.install(mac)
         self.assert_installed(mac)
 
-    def test_on_appkit_1404_an_installer_that_was_not_relocated_installs_as_ever(self):
+    def test_on_appkit_1404_an_installer_that_was_not_relocated_installs_as_usual(self):
         mac = self.mac("--appkit-version", "1404.47")
         self.install(mac)
         self.assert_installed(mac)

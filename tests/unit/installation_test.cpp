@@ -89,7 +89,7 @@ TEST_F(Installation, AManagedLaunchMakesTheCallsOfTheInstallationAndNoOther) {
   Journal whole = thenTheEnd(sequence);
   whole.insert(whole.begin(), "isRMMLaunch = 1");
   EXPECT_EQ(mac_.journal, whole);
-  EXPECT_EQ(mac_.userDefaults.asked, (std::vector<std::string>{"teamID", "partnerID", "partnerID", "teamID"}));
+  EXPECT_EQ(mac_.userDefaults.asked, (std::vector<std::string>{"has teamID", "has partnerID", "partnerID", "teamID"}));
   EXPECT_TRUE(mac_.mainBundle.lookedUp.empty()) << "a text was translated that nobody sees";
 }
 

@@ -22,7 +22,7 @@ Journal launch(FakeMac &mac) {
 TEST(LaunchMode, WithoutTeamIDAndPartnerIDTheWindowIsShownWithInstall) {
   FakeMac mac;
   EXPECT_EQ(launch(mac), windowShown);
-  EXPECT_EQ(mac.userDefaults.asked, std::vector<std::string>{"teamID"});
+  EXPECT_EQ(mac.userDefaults.asked, std::vector<std::string>{"has teamID"});
   EXPECT_FALSE(mac.delegate->managedLaunch);
 }
 
@@ -30,7 +30,7 @@ TEST(LaunchMode, TeamIDPresentAndPartnerIDAbsentIsAnInteractiveLaunch) {
   FakeMac mac;
   mac.userDefaults.values["teamID"] = "T2";
   EXPECT_EQ(launch(mac), windowShown);
-  EXPECT_EQ(mac.userDefaults.asked, (std::vector<std::string>{"teamID", "partnerID"}));
+  EXPECT_EQ(mac.userDefaults.asked, (std::vector<std::string>{"has teamID", "has partnerID"}));
   EXPECT_FALSE(mac.delegate->managedLaunch);
 }
 
@@ -38,7 +38,7 @@ TEST(LaunchMode, PartnerIDPresentAndTeamIDAbsentIsInteractiveAndPartnerIDIsNotEv
   FakeMac mac;
   mac.userDefaults.values["partnerID"] = "P1";
   EXPECT_EQ(launch(mac), windowShown);
-  EXPECT_EQ(mac.userDefaults.asked, std::vector<std::string>{"teamID"});
+  EXPECT_EQ(mac.userDefaults.asked, std::vector<std::string>{"has teamID"});
   EXPECT_FALSE(mac.delegate->managedLaunch);
 }
 
