@@ -8,9 +8,10 @@ namespace quillmark {
 /// Installs in one synchronous pass: both copies of the client application, the staging folder with the two
 /// scripts, the WireGuard component and the marker file. Main thread.
 ///
-/// Three things end it early: without a components folder the user is told and the application ends before any file is
-/// touched; a release probe without an answer, and a shell that does not start, end the sequence where they are met,
-/// with the steps before them done. Every other failure is dropped and the rest goes on. Nothing is rolled back.
+/// What ends it early: without a components folder the user is told and the application ends before any file is
+/// touched; a probe whose command prints nothing, and a shell that does not start or cannot be read, end the sequence
+/// where they are met, with the steps before them done. Every other failure is dropped and the rest goes on. Nothing is
+/// rolled back.
 
 /// A person's installation. The window's switch to its installed state is posted to the main queue at the end. Throws
 /// what getMacVersion throws, and TaskLaunchError; the window then stays as it was.

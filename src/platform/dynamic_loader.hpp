@@ -4,7 +4,7 @@
 
 namespace quillmark {
 
-/// The dynamic loader, <dlfcn.h>. Any thread.
+/// The dynamic loader, <dlfcn.h>; platform/cocoa/dynamic_loader.h speaks to the real one. Any thread.
 class DynamicLoader {
  public:
   virtual ~DynamicLoader() = default;

@@ -92,7 +92,7 @@ class Options(unittest.TestCase):
         self.assertIn("usage: bench", errors.getvalue())
         return errors.getvalue()
 
-    def test_without_options_everything_is_measured_in_fifteen_pairs(self):
+    def test_without_options_everything_is_measured_in_pairs(self):
         options = self.command.parse([])
         self.assertEqual((options.numbers, options.pairs, options.update_docs), ([1, 2, 3, 4, 5, 6], 15, False))
 

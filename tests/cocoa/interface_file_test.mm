@@ -47,7 +47,7 @@ TEST_F(InterfaceFile, SendsEveryActionToTheDelegate) {
   expectAction(menuItem(@"Bind Low Port"), @selector(bindAction:));
 }
 
-TEST_F(InterfaceFile, TheHelperMenuCarriesItsThreeItemsAndNothingElse) {
+TEST_F(InterfaceFile, TheHelperMenuCarriesItsItemsAndNothingElse) {
   NSMenu *menu = [menuItem(@"Install Helper (Quits If It Fails)") menu];
   EXPECT_EQ([menu numberOfItems], 3);
 }

@@ -49,7 +49,7 @@ class Complete(CheckTest):
         self.assert_found(mac.check(*BOTH), 0, installer_version="(none)", system_client="present",
                           user_client="present", scripts="present", component="present", verdict="complete")
 
-    def test_a_standard_user_is_told_to_be_one(self):
+    def test_a_standard_user_is_reported_as_one(self):
         self.assert_found(self.installed_mac(groups=STANDARD).check(), 0, administrator="no")
 
 

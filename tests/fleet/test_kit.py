@@ -187,7 +187,7 @@ class BadScripts(KitTest):
             self.assert_refused(f"{name} does not end with the end of a line")
             (self.kit / name).write_text(text)
 
-    def test_characters_that_do_not_belong_into_a_script(self):
+    def test_characters_that_do_not_belong_in_a_script(self):
         path = self.kit / "src/parts/users.sh"
         good = path.read_bytes()
         for bad, reason in [(b"\r\n", "holds a control character"), (b"\0", "holds a control character"),

@@ -4,17 +4,13 @@ import json
 import plistlib
 import unittest
 
-from support.fleet import DOMAIN, KIT
+import jsonschema
 
-try:
-    import jsonschema
-except ImportError:
-    jsonschema = None
+from support.fleet import DOMAIN, KIT
 
 SCHEMA = f"jamf/{DOMAIN}.json"
 
 
-@unittest.skipUnless(jsonschema, "no jsonschema (package python3-jsonschema)")
 class Schema(unittest.TestCase):
     def setUp(self):
         self.schema = json.loads((KIT / SCHEMA).read_text())
@@ -23,7 +19,7 @@ class Schema(unittest.TestCase):
     def test_it_is_a_schema(self):
         jsonschema.Draft7Validator.check_schema(self.schema)
 
-    def test_it_takes_two_identifiers(self):
+    def test_it_takes_identifiers_of_the_vendors_form(self):
         for team, partner in [("T2", "P1"), ("42", "007"), ("a" * 64, "A.b_c-9"), ("0", "z")]:
             self.assertTrue(self.validator.is_valid({"teamID": team, "partnerID": partner}), (team, partner))
 

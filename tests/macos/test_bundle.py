@@ -65,7 +65,7 @@ def files_below(folder):
 class Layout(unittest.TestCase):
     maxDiff = None
 
-    def test_the_bundle_holds_these_files_and_no_others(self):
+    def test_nothing_else_lies_in_the_bundle(self):
         found = files_below(product.CONTENTS)
         own = {file for file in found if not file.startswith(CLIENT)}
         interface = {file for file in own if file == INTERFACE or file.startswith(f"{INTERFACE}/")}
@@ -100,7 +100,7 @@ class InfoPlist(unittest.TestCase):
     def setUpClass(cls):
         cls.info = plistlib.loads((product.CONTENTS / "Info.plist").read_bytes())
 
-    def test_it_has_these_keys_and_no_others(self):
+    def test_it_has_the_keys_of_an_application_and_no_others(self):
         self.assertEqual(sorted(self.info), sorted([*INFO, "LSMinimumSystemVersion", "SMPrivilegedExecutables"]))
 
     def test_its_keys_have_these_values(self):

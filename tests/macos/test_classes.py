@@ -113,7 +113,7 @@ class Classes(unittest.TestCase):
     maxDiff = None
 
     @product.for_each_slice
-    def test_the_executable_defines_these_classes_and_no_others(self, one):
+    def test_the_executable_defines_its_own_classes_and_no_others(self, one):
         self.assertEqual(sorted(one.classes()), ["AppDelegate", "Common"])
 
     @product.for_each_slice

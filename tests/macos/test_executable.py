@@ -79,7 +79,7 @@ class Slices(unittest.TestCase):
 
 class Imports(unittest.TestCase):
     @product.for_each_slice
-    def test_the_libraries_are_these_and_no_others(self, one):
+    def test_no_other_library_is_linked(self, one):
         self.assertEqual(sorted(library.fields["name"] for library in one.libraries), sorted(LIBRARIES))
         self.assertEqual({library.name for library in one.libraries}, {"LC_LOAD_DYLIB"})
         self.assertEqual(one.all("LC_RPATH"), [])

@@ -115,9 +115,9 @@ class HostileArchives(ScratchFolder):
             ("components/root has the mode 4755; special bits do not ship", components,
              Entry(f"{FOLDER}/components/root", stat.S_IFREG | 0o4755)))
 
-    def test_what_does_not_belong_into_a_distribution(self):
+    def test_what_does_not_belong_in_a_distribution(self):
         self.assert_each_refused(
-            ("Install.pkg does not belong into a distribution", Entry(f"{FOLDER}/Install.pkg")),
+            ("Install.pkg does not belong in a distribution", Entry(f"{FOLDER}/Install.pkg")),
             ("components/.DS_Store is the Finder's and does not ship", folder(f"{FOLDER}/components"),
              Entry(f"{FOLDER}/components/.DS_Store")),
             ('__MACOSX does not lie in the folder "Quillmark Installer"', folder(FOLDER), folder("__MACOSX")))

@@ -102,7 +102,7 @@ class Damage(DistributionCopy):
     def test_an_empty_executable(self):
         (self.copy / EXECUTABLE).write_bytes(b"")
         self.assert_named("test_executable.test_there_is_a_slice_for_each_processor", "0 bytes are too few")
-        self.assert_named("test_classes.test_the_executable_defines_these_classes_and_no_others")
+        self.assert_named("test_classes.test_the_executable_defines_its_own_classes_and_no_others")
 
     def test_something_else_than_an_executable(self):
         (self.copy / EXECUTABLE).write_bytes(b"#!/bin/sh\necho no Mac program\n" * 10)
@@ -128,11 +128,11 @@ class Damage(DistributionCopy):
 
     def test_another_library(self):
         self.in_executable(b"/usr/lib/libc++.1.dylib\0", b"/usr/lib/libz++.1.dylib\0")
-        self.assert_named("test_executable.test_the_libraries_are_these_and_no_others", "libz++")
+        self.assert_named("test_executable.test_no_other_library_is_linked", "libz++")
 
     def test_a_library_that_may_be_missing(self):
         self.relink("arm64", "-Wl,-weak_framework,AppKit")
-        self.assert_named("test_executable.test_the_libraries_are_these_and_no_others", "LC_LOAD_WEAK_DYLIB")
+        self.assert_named("test_executable.test_no_other_library_is_linked", "LC_LOAD_WEAK_DYLIB")
 
     def test_memory_that_may_be_written_and_executed(self):
         for architecture, name in [("x86_64", b"__TEXT\0"), ("arm64", b"__DATA\0")]:
@@ -346,7 +346,7 @@ class Damage(DistributionCopy):
 
     def test_a_key_missing_from_info_plist(self):
         self.change_info(NSPrincipalClass=None)
-        self.assert_named("test_bundle.test_it_has_these_keys_and_no_others", "NSPrincipalClass")
+        self.assert_named("test_bundle.test_it_has_the_keys_of_an_application_and_no_others", "NSPrincipalClass")
 
     def test_a_helper_without_a_team(self):
         self.change_info(SMPrivilegedExecutables={product.HELPER_LABEL: "anchor apple generic"})
@@ -355,10 +355,10 @@ class Damage(DistributionCopy):
 
     def test_a_file_too_many_and_a_file_too_few(self):
         (self.copy / CONTENTS / "Resources/notes.txt").write_text("left over")
-        self.assert_named("test_bundle.test_the_bundle_holds_these_files_and_no_others", "notes.txt")
+        self.assert_named("test_bundle.test_nothing_else_lies_in_the_bundle", "notes.txt")
         (self.copy / CONTENTS / "Resources/notes.txt").unlink()
         (self.copy / CONTENTS / "Resources/MainMenu.nib").unlink()
-        self.assert_named("test_bundle.test_the_bundle_holds_these_files_and_no_others", "no compiled interface")
+        self.assert_named("test_bundle.test_nothing_else_lies_in_the_bundle", "no compiled interface")
 
     def test_an_icon_without_one_of_its_sizes(self):
         icon = self.copy / CONTENTS / "Resources/Installer.icns"

@@ -3,7 +3,7 @@
 // QUILLMARK_FAULTS is "SEED:N": one call in N fails. Nothing fails while AppKit is launched, which
 // is not what is tried here: faults begin with the installer's first look at the components folder, and in the shells
 // that it starts, at once. The file of its defaults, which is read before, may fail at any time. They end when GNUstep
-// says good-bye to its daemon, where an error is thrown across it and ends in a segmentation fault of its own.
+// disconnects from its daemon, where an error is thrown across it and ends in a segmentation fault of its own.
 //
 // QUILLMARK_END is "SIGNAL:N": after the same beginning the installer's Nth call is its last, since that signal comes
 // instead. An installer that comes to an end of its own says how many calls it has made.

@@ -176,7 +176,7 @@ class Session:
 
 
 def kill(session, rng):
-    """Ends a run by a signal at a random moment; answers with how far it had come, or None if it was over before."""
+    """Ends a run by a signal at a random moment; answers with how far it had come, or None if it had ended already."""
     session.make_older()
     number = rng.choice(SIGNALS)
     if rng.random() < 0.5:

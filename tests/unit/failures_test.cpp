@@ -76,9 +76,9 @@ class Failures : public testing::Test {
 };
 
 /// A row of the table.
-class OfTheModel : public Failures, public testing::WithParamInterface<Row> {};
+class EachRow : public Failures, public testing::WithParamInterface<Row> {};
 
-TEST_P(OfTheModel, EndAsItSays) {
+TEST_P(EachRow, EndsAsTheModelSays) {
   const Row &row = GetParam();
   mac_.fileManager.failing = {row.failing.begin(), row.failing.end()};
   mac_.shellTask.outputs[fake::releaseCommand] = row.release;
@@ -93,7 +93,7 @@ TEST_P(OfTheModel, EndAsItSays) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Failures, OfTheModel, testing::ValuesIn(rows),
+INSTANTIATE_TEST_SUITE_P(Failures, EachRow, testing::ValuesIn(rows),
                          [](const auto &info) { return std::to_string(info.index); });
 
 /// Whether the installation is managed, and the command whose shell does not start.

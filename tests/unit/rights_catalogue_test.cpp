@@ -58,7 +58,7 @@ TEST_F(Rights, ACommandWithoutARowHasNoRight) {
   }
 }
 
-TEST_F(Rights, TheWalkVisitsEachRowOnceWithItsThreeValues) {
+TEST_F(Rights, TheWalkVisitsEachRowOnceWithItsValues) {
   Journal visits;
   enumerateRights(catalogue_, [&](const std::string &name, const std::string &rule, const std::string &description) {
     visits.push_back(name + " | " + rule + " | " + description);
@@ -90,7 +90,7 @@ TEST_F(Rights, RegisteringWhenBothExistSetsNothing) {
   EXPECT_TRUE(registered().empty());
 }
 
-TEST_F(Rights, WhenOnlyOneIsMissingExactlyThatOneIsSet) {
+TEST_F(Rights, WhenOnlyOneIsMissingThatOneIsSet) {
   database_.statuses = {{installRight, errAuthorizationSuccess}};
   EXPECT_EQ(registered(), Journal{setBind_});
   database_.journal.clear();

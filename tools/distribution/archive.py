@@ -79,7 +79,7 @@ def listed(file):
         if above not in folders:
             raise Refusal(f"{entry.name} comes before the folder that it lies in, or that is none")
         if above == "" and entry.name not in (tree.APPLICATION, tree.COMPONENTS):
-            raise Refusal(f"{entry.name} does not belong into a distribution")
+            raise Refusal(f"{entry.name} does not belong in a distribution")
         if entry.is_folder:
             folders.add(entry.name)
     return found

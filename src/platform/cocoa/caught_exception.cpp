@@ -10,7 +10,7 @@ CaughtException callAndCatch(const std::function<void()> &behaviour) {
   try {
     behaviour();
   } catch (const TaskLaunchError &error) {
-    return {.kind = CaughtException::Kind::platforms, .exception = error.exception};
+    return {.kind = CaughtException::Kind::nsException, .exception = error.exception};
   } catch (const std::out_of_range &error) {
     return {.kind = CaughtException::Kind::outOfRange, .reason = error.what()};
   }

@@ -8,7 +8,7 @@ namespace quillmark::cocoa {
 
 /// What behaviour threw.
 struct CaughtException {
-  enum class Kind { none, outOfRange, platforms };
+  enum class Kind { none, outOfRange, nsException };
 
   Kind kind = Kind::none;
   /// Why something was out of range.

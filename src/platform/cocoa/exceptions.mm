@@ -18,7 +18,7 @@ NSException *exceptionOf(const std::function<void()> &behaviour) {
       return nil;
     case CaughtException::Kind::outOfRange:
       return [NSException exceptionWithName:NSRangeException reason:string(caught.reason) userInfo:nil];
-    case CaughtException::Kind::platforms:
+    case CaughtException::Kind::nsException:
       return [[static_cast<NSException *>(const_cast<void *>(caught.exception.get())) retain] autorelease];
   }
 }

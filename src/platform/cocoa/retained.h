@@ -28,9 +28,6 @@ class Retained {
 
   [[nodiscard]] Object *get() const { return object_; }
 
-  /// Hands the reference over to the caller.
-  [[nodiscard]] Object *release() { return std::exchange(object_, nil); }
-
  private:
   explicit Retained(Object *object) : object_(object) {}
 
