@@ -20,8 +20,8 @@
 
 namespace quillmark::fake {
 
-/// Every act on every fake, in order, a line each: the verb, then its arguments. What only answers a question about
-/// the fake itself leaves no line.
+/// Every act on every fake, in order, a line each: the verb, then its arguments. A question to the file system, the
+/// loader or the rights' database is one too, for its answer changes with the acts around it; getters leave no line.
 using Journal = std::vector<std::string>;
 
 [[nodiscard]] bool contains(const std::vector<std::string> &lines, const std::string &line);
