@@ -10,11 +10,14 @@ from pathlib import Path
 from typing import NamedTuple
 
 from support.picture import Area, read_window_dump
-from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, until
+from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, until, within
 
 WIDTH, HEIGHT = 1024, 768
 PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
             "xprop": "x11-utils", "xwininfo": "x11-utils", "xclip": "xclip", "setpriv": "util-linux"}
+
+# How long a window may take to get the keyboard by itself.
+LONGEST_FOCUS_SECONDS = 5
 
 # The window by which openbox says that it is there; it may still come up while the first program starts.
 WINDOW_MANAGERS_OWN = Area(x=-100, y=-100, width=1, height=1)
@@ -174,7 +177,19 @@ class Desktop:
                               f"the end of {window}")
 
     def wait_for_focus(self, window):
-        until(lambda: self.focused() == int(window.identifier, 16), f"the keyboard's focus on {window}")
+        """Waits until the window has the keyboard.
+
+        Where that does not come by itself the window is activated: GNUstep's late answer to an earlier click may have
+        given the keyboard back to the window that was clicked.
+        """
+
+        def has_focus():
+            focused = within(LONGEST_FOCUS_SECONDS, lambda: self.focused() == int(window.identifier, 16))
+            if not focused:
+                self.try_to_ask("wmctrl", "-ia", window.identifier)
+            return focused
+
+        until(has_focus, f"the keyboard's focus on {window}")
 
     def focused(self):
         return int(self.try_to_ask("xdotool", "getactivewindow") or 0)

@@ -10,9 +10,13 @@ from support.picture import Area
 from support.waiting import DEADLINE_SECONDS, Lines, until, within
 
 CONSOLE_LINE = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} Quillmark Installer\[\d+:\d+\] (.*)")
-# Messages of GNUstep about itself.
-NOISE = re.compile(r"Bogus attempt to resign key window|File NS\w+\.m: \d+\. In |Unable to contact pasteboard server|"
-                   r"unable to make connection to .*/NSMessagePort/|connect (write )?attempt failed - ")
+# What GNUstep says of itself: of its windows, and where one of its daemons is slow or ends (see its NSMessagePort.m,
+# NSMessagePortNameServer.m and NSConnection.m).
+NOISE = re.compile("|".join([
+    r"Bogus attempt to resign key window", r"File NS\w+\.m: \d+\. In ",
+    r"Unable to contact pasteboard server", r"unable to make connection to .*/NSMessagePort/",
+    r"(connect |write |connect write )attempt failed - ", r"No handle for event \w+ on descriptor ",
+    r"Failed to (break lock on|lock) names for NSMessagePortNameServer", r"Port operation timed out - "]))
 
 # How GNUstep titles an alert of each style.
 WARNING = "Alert"
@@ -171,7 +175,8 @@ class Installer:
     def read_activity_log(self):
         """Copies the activity log by keyboard; answers with what is then on the clipboard.
 
-        Not for a second time, since that might find the first text still there.
+        Once only, since a second copy might find the first text still there; and after any look at the console, where
+        GNUstep may then complain of its pasteboard server.
         """
         self.click(ACTIVITY_LOG)
         self.desktop.press("alt+a")
@@ -206,4 +211,4 @@ class Installer:
 
 def console_lines(lines):
     matches = (CONSOLE_LINE.fullmatch(line) for line in lines)
-    return [match[1] for match in matches if match and not NOISE.search(match[1])]
+    return [match[1] for match in matches if match and not NOISE.match(match[1])]

@@ -52,15 +52,15 @@ class CommandChannel(LogTest):
         installer = self.open(self.mac())
         installer.choose("Helper", "Helper Version")
         self.wait_for_log(installer, 2)
-        self.assertEqual(installer.read_activity_log(), UNDELIVERED)
         self.assert_running_undisturbed(installer)
+        self.assertEqual(installer.read_activity_log(), UNDELIVERED)
 
     def test_a_bind_request_writes_the_error_and_no_line_about_handles(self):
         installer = self.open(self.mac())
         installer.choose("Helper", "Bind Low Port")
         self.wait_for_log(installer, 2)
-        self.assertEqual(installer.read_activity_log(), UNDELIVERED)
         self.assert_running_undisturbed(installer)
+        self.assertEqual(installer.read_activity_log(), UNDELIVERED)
 
     def test_the_command_after_an_invalidated_connection_opens_a_new_one_and_says_nothing_about_the_old_one(self):
         installer = self.open(self.mac())
@@ -100,12 +100,13 @@ class HelperTest(LogTest):
     def mac(self, *options):
         return super().mac(*options, distribution=self.distribution)
 
-
-    def assert_only_refusal(self, installer):
-        """The log has the error that the helper was told to answer with, and nothing more before the next answer."""
+    def assert_only_refusal(self, installer, console):
+        """The console has these lines, the log the error that the helper was told to answer with, and nothing more comes
+        before the next answer."""
         self.wait_for_log(installer, 1)
         installer.choose("Helper", "Helper Version")
         self.wait_for_log(installer, 2)
+        self.assertEqual(installer.console(), console)
         self.assertEqual(installer.read_activity_log(), "error NSPOSIXErrorDomain / 13\nversion = 2.0\n")
 
 
@@ -115,9 +116,9 @@ class Answers(HelperTest):
         for lines in [1, 2]:
             installer.choose("Helper", "Install Helper (Quits If It Fails)")
             self.wait_for_log(installer, lines)
-        self.assertEqual(installer.read_activity_log(), "success\n" * 2)
         self.assertEqual(installer.console(), [])
         self.assertEqual(self.alerts_ever_shown(), [])
+        self.assertEqual(installer.read_activity_log(), "success\n" * 2)
         self.assertTrue(installer.is_running())
 
     def test_the_version_and_the_two_handles_are_logged(self):
@@ -126,13 +127,13 @@ class Answers(HelperTest):
         self.wait_for_log(installer, 1)
         installer.choose("Helper", "Bind Low Port")
         self.wait_for_log(installer, 2)
-        self.assertEqual(installer.read_activity_log(), "version = 2.0\nIPv4 = 0, IPv6 = 2\n")
         self.assertEqual(installer.console(), ["helper: bind with (null)"])
+        self.assertEqual(installer.read_activity_log(), "version = 2.0\nIPv4 = 0, IPv6 = 2\n")
 
     def test_a_bind_that_is_refused_logs_its_error_only(self):
         installer = self.open(self.mac(), "-refusal", "13")
         installer.choose("Helper", "Bind Low Port")
-        self.assert_only_refusal(installer)
+        self.assert_only_refusal(installer, ["helper: bind with (null)"])
 
 
 class HandOver(HelperTest):
@@ -152,16 +153,15 @@ class HandOver(HelperTest):
         mac = self.mac()
         installer = self.hand_over(mac)
         installer.wait_until_installed()
-        self.assertEqual(installer.read_activity_log(), "success\n")
         self.assertEqual(installer.console(), HANDED_OVER)
+        self.assertEqual(installer.read_activity_log(), "success\n")
         self.assert_gathered(mac, VPN_FILES)
         self.assertFalse(mac.system_application.exists())
         self.assertFalse(mac.staging_folder.exists())
 
     def test_a_refusal_leaves_only_its_error_in_the_log_and_the_window_unchanged(self):
         installer = self.hand_over(self.mac(), "-refusal", "13")
-        self.assert_only_refusal(installer)
-        self.assertEqual(installer.console(), HANDED_OVER)
+        self.assert_only_refusal(installer, HANDED_OVER)
         self.assertFalse(installer.offers_to_launch())
         self.assertFalse(installer.terms_are_gone())
 

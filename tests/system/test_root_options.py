@@ -157,7 +157,7 @@ class Release(OptionsTest):
         self.assertTrue(installer.is_running())
         self.assertFalse(installer.offers_to_launch())
         for control in TERMS_CONTROLS[1:]:
-            self.assertEqual(installer.look_at(control), before.crop(CONTROLS[control]))
+            until(lambda control=control: installer.look_at(control) == before.crop(CONTROLS[control]), control)
         self.assert_applications(mac)
         self.assert_staged(mac, None)
         self.assertFalse((mac.temporary / COMPONENT).exists())
