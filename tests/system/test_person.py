@@ -185,7 +185,7 @@ class InstalledWindow(SystemTest):
         # Without the button, which may be drawn as pressed in either picture.
         button = [CONTROLS[INSTALL_BUTTON]]
         until(lambda: installer.picture().without(button) == before.without(button), "the window as it was")
-        self.assertTrue(installer.offers_to_launch())
+        until(installer.offers_to_launch, "the coloured title of the button")
         self.assertTrue(installer.is_running())
         self.assertEqual(self.alerts_ever_shown(), [])
 
