@@ -1,11 +1,11 @@
-# quillmark_add_python_tests(KIND [FOLDER FOLDER] [MODULES MODULE ...] [PROPERTIES NAME VALUE ...])
+# quillmark_add_python_tests(KIND [ALL] [FOLDER FOLDER] [MODULES MODULE ...] [PROPERTIES NAME VALUE ...])
 #
 # Adds each test method of tests/FOLDER/MODULE.py as KIND.Class.test_method, so that ctest can run several at a time and
 # name what failed. FOLDER is KIND unless it is given. Without MODULES they are all of tests/FOLDER/test_*.py. The label
-# is KIND; the properties are those of set_tests_properties. The tests run in the folder "tests", where they find
-# "support".
+# is KIND, and with ALL also "all": then only "./test --all" runs them. The properties are those of set_tests_properties.
+# The tests run in the folder "tests", where they find "support".
 function(quillmark_add_python_tests kind)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "FOLDER" "MODULES;PROPERTIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "ALL" "FOLDER" "MODULES;PROPERTIES")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "quillmark_add_python_tests: what is ${arg_UNPARSED_ARGUMENTS}?")
   endif()
@@ -33,19 +33,26 @@ function(quillmark_add_python_tests kind)
     OUTPUT_STRIP_TRAILING_WHITESPACE
     COMMAND_ERROR_IS_FATAL ANY)
 
+  set(all "")
+  if(arg_ALL)
+    set(all ALL)
+  endif()
   string(REPLACE "\n" ";" tests "${tests}")
   foreach(test IN LISTS tests)
     string(REGEX REPLACE "^${arg_FOLDER}\\.[^.]+" "${kind}" name ${test})
-    quillmark_add_python_test(${name} ${test} PROPERTIES LABELS ${kind} ${arg_PROPERTIES})
+    quillmark_add_python_test(${name} ${test} ${all} PROPERTIES LABELS ${kind} ${arg_PROPERTIES})
   endforeach()
 endfunction()
 
-# quillmark_add_python_test(NAME TEST [PROPERTIES NAME VALUE ...])
+# quillmark_add_python_test(NAME TEST [ALL] [PROPERTIES NAME VALUE ...])
 #
 # Adds one test method, FOLDER.MODULE.Class.test_method, under a name of its own.
 function(quillmark_add_python_test name test)
-  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" PROPERTIES)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "ALL" "" PROPERTIES)
   add_test(NAME ${name} COMMAND python3 -B -m support.run_test ${test} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/tests)
   # What takes seconds may take minutes on a machine that has a lot else to do; what waits inside a test gives up sooner.
   set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77 TIMEOUT 600 ${arg_PROPERTIES})
+  if(arg_ALL)
+    set_property(TEST ${name} APPEND PROPERTY LABELS all)
+  endif()
 endfunction()
