@@ -1,9 +1,9 @@
 # quillmark_add_python_tests(KIND [ALL] [FOLDER FOLDER] [MODULES MODULE ...] [PROPERTIES NAME VALUE ...])
 #
 # Adds each test method of tests/FOLDER/MODULE.py as KIND.Class.test_method, so that ctest can run several at a time and
-# name what failed. FOLDER is KIND unless it is given. Without MODULES they are all of tests/FOLDER/test_*.py. The label
-# is KIND, and with ALL also "all": then only "./test --all" runs them. The properties are those of set_tests_properties.
-# The tests run in the folder "tests", where they find "support".
+# name what failed. FOLDER is KIND unless it is given, and lies in "tools" if it does not in "tests". Without MODULES they
+# are all of tests/FOLDER/test_*.py. The label is KIND, and with ALL also "all": then only "./test --all" runs them. The
+# properties are those of set_tests_properties. The tests run in the folder "tests", where they find "support".
 function(quillmark_add_python_tests kind)
   cmake_parse_arguments(PARSE_ARGV 1 arg "ALL" "FOLDER" "MODULES;PROPERTIES")
   if(arg_UNPARSED_ARGUMENTS)
@@ -12,9 +12,13 @@ function(quillmark_add_python_tests kind)
   if(NOT arg_FOLDER)
     set(arg_FOLDER ${kind})
   endif()
-  set(folder ${PROJECT_SOURCE_DIR}/tests)
+  set(tests ${PROJECT_SOURCE_DIR}/tests)
+  set(folder ${tests}/${arg_FOLDER})
+  if(NOT IS_DIRECTORY ${folder})
+    set(folder ${PROJECT_SOURCE_DIR}/tools/${arg_FOLDER})
+  endif()
   if(NOT arg_MODULES)
-    file(GLOB files CONFIGURE_DEPENDS ${folder}/${arg_FOLDER}/test_*.py)
+    file(GLOB files CONFIGURE_DEPENDS ${folder}/test_*.py)
     foreach(file IN LISTS files)
       get_filename_component(module ${file} NAME_WE)
       list(APPEND arg_MODULES ${module})
@@ -23,13 +27,13 @@ function(quillmark_add_python_tests kind)
 
   foreach(module IN LISTS arg_MODULES)
     list(APPEND names ${arg_FOLDER}.${module})
-    list(APPEND sources ${folder}/${arg_FOLDER}/${module}.py)
+    list(APPEND sources ${folder}/${module}.py)
   endforeach()
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources} ${folder}/support/list_tests.py)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${sources} ${tests}/support/list_tests.py)
   execute_process(
     COMMAND python3 -B -m support.list_tests ${names}
-    WORKING_DIRECTORY ${folder}
-    OUTPUT_VARIABLE tests
+    WORKING_DIRECTORY ${tests}
+    OUTPUT_VARIABLE found
     OUTPUT_STRIP_TRAILING_WHITESPACE
     COMMAND_ERROR_IS_FATAL ANY)
 
@@ -37,8 +41,8 @@ function(quillmark_add_python_tests kind)
   if(arg_ALL)
     set(all ALL)
   endif()
-  string(REPLACE "\n" ";" tests "${tests}")
-  foreach(test IN LISTS tests)
+  string(REPLACE "\n" ";" found "${found}")
+  foreach(test IN LISTS found)
     string(REGEX REPLACE "^${arg_FOLDER}\\.[^.]+" "${kind}" name ${test})
     quillmark_add_python_test(${name} ${test} ${all} PROPERTIES LABELS ${kind} ${arg_PROPERTIES})
   endforeach()

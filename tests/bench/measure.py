@@ -6,7 +6,8 @@ import subprocess
 from bench.figures import Figure
 from bench.payload import CROWDED, GROWING, LARGE
 from bench.place import Mac, Refusal
-from support import REPOSITORY, macho
+from support import REPOSITORY
+from inspection import macho
 from support.mac import BUILD, DISTRIBUTION
 
 PROGRAMS = REPOSITORY / "build/linux/tests/bench"

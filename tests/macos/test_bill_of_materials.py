@@ -6,7 +6,7 @@ import warnings
 
 import jsonschema
 
-from support import product
+from inspection import product
 from support.copies import DistributionCopy
 from support.packing import ARCHIVE, BUNDLE, CONTENTS, VERSION, package
 from support.payload import SCRIPTS, VPN_FILES

@@ -8,7 +8,8 @@ import shlex
 import shutil
 from pathlib import Path
 
-from support import linking, macho, product
+from support import linking
+from inspection import macho, product
 from support.copies import ScratchFolder
 from support.linking import TREES, run
 

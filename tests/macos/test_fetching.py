@@ -7,7 +7,7 @@ import os
 import subprocess
 import tarfile
 
-from support import product
+from inspection import product
 from support.copies import ScratchFolder
 
 NPM = """#!/bin/bash

@@ -3,7 +3,8 @@
 import unittest
 import xml.etree.ElementTree
 
-from support import REPOSITORY, mac, product
+from support import REPOSITORY, mac
+from inspection import product
 from support.nib import Nib
 
 INTERFACE = REPOSITORY / "resources/MainMenu.xib"

@@ -4,7 +4,7 @@ import os
 import shutil
 import subprocess
 
-from support import product
+from inspection import product
 from support.copies import ScratchFolder
 
 STAND_INS = {

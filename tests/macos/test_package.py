@@ -7,7 +7,8 @@ import stat
 import subprocess
 import zipfile
 
-from support import product, signature
+from support import signature
+from inspection import product
 from support.copies import DistributionCopy
 from support.packing import ARCHIVE, BUNDLE, CONTENTS, FOLDER, VERSION, package
 

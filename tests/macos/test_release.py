@@ -4,7 +4,7 @@ import os
 import shutil
 import subprocess
 
-from support import product
+from inspection import product
 from support.copies import ScratchFolder
 
 EXECUTABLE = "build/macos/Quillmark Installer.app/Contents/MacOS/Quillmark Installer"

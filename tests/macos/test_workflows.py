@@ -3,7 +3,7 @@
 import shutil
 import subprocess
 
-from support import product
+from inspection import product
 from support.copies import DistributionCopy, ScratchFolder
 from support.mac import BUILD
 

@@ -5,7 +5,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from support import product
+from inspection import product
 
 
 class ScratchFolder(unittest.TestCase):

@@ -3,7 +3,7 @@
 import shlex
 import subprocess
 
-from support import product
+from inspection import product
 
 TREES = {architecture: product.REPOSITORY / f"build/macos-{architecture}" for architecture in ("x86_64", "arm64")}
 

@@ -2,7 +2,7 @@
 
 import subprocess
 
-from support import product
+from inspection import product
 
 FOLDER = "Quillmark Installer"
 BUNDLE = "Quillmark Installer.app"

@@ -25,18 +25,20 @@ PAGE_BITS = 12
 
 ADHOC = 0x2
 HARDENED_RUNTIME = 0x10000
+TEAM = "ABCDE12345"
 DIGESTS = [(1, hashlib.sha1), (2, hashlib.sha256)]  # the older one first, for systems that know no other
 
 
 def code_directory(code, identifier, flags, kind, digest):
-    name = identifier.encode() + b"\0"
+    names = f"{identifier}\0{TEAM}\0".encode()
+    team = 0 if flags & ADHOC else HEADER_SIZE + len(identifier) + 1
     pages = [code[at:at + (1 << PAGE_BITS)] for at in range(0, len(code), 1 << PAGE_BITS)]
     size = digest().digest_size
-    hashes = HEADER_SIZE + len(name)
+    hashes = HEADER_SIZE + len(names)
     length = hashes + size * len(pages)
-    header = struct.pack(">9I4BI", CODE_DIRECTORY, length, VERSION, flags, hashes, HEADER_SIZE, 0, len(pages),
-                         len(code), size, kind, 0, PAGE_BITS, 0)
-    return header.ljust(HEADER_SIZE, b"\0") + name + b"".join(digest(page).digest() for page in pages)
+    header = struct.pack(">9I4B3I", CODE_DIRECTORY, length, VERSION, flags, hashes, HEADER_SIZE, 0, len(pages),
+                         len(code), size, kind, 0, PAGE_BITS, 0, 0, team)
+    return header.ljust(HEADER_SIZE, b"\0") + names + b"".join(digest(page).digest() for page in pages)
 
 
 def superblob(code, identifier, flags, digests, entitlements):

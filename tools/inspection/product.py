@@ -7,8 +7,9 @@ import re
 from dataclasses import dataclass
 from pathlib import Path
 
-from support import REPOSITORY, macho
+from inspection import macho
 
+REPOSITORY = Path(__file__).resolve().parents[2]
 SDK = REPOSITORY / "cmake/macos-sdk"
 DISTRIBUTION = Path(os.environ.get("QUILLMARK_DISTRIBUTION", REPOSITORY / "build/macos"))
 APPLICATION = DISTRIBUTION / "Quillmark Installer.app"

@@ -8,7 +8,7 @@ import subprocess
 import unittest
 import zlib
 
-from support import product
+from inspection import product
 
 INFO = {
     "CFBundleDevelopmentRegion": "en",

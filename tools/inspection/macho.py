@@ -31,6 +31,7 @@ CODE_DIRECTORY = 0xFADE0C02
 ENTITLEMENTS = {0xFADE7171, 0xFADE7172}  # as a property list, and in DER
 ADHOC = 0x2
 HARDENED_RUNTIME = 0x10000
+WITH_TEAM = 0x20200  # the first version of a code directory that has room for a team
 SHA1, SHA256 = 1, 2
 
 
@@ -77,6 +78,7 @@ class CodeDirectory:
     hash_type: int
     page_size: int
     identifier: str
+    team: str  # "" where nobody's certificate has signed
     pages_match: bool
 
 
@@ -192,14 +194,15 @@ class Slice:
         return [(struct.unpack_from(">I", self.signature, place)[0], self.signature[place:]) for place in places]
 
     def _code_directory(self, blob):
-        _, _, _, flags, hashes, identifier, _, pages, limit = struct.unpack_from(">9I", blob)
+        _, _, version, flags, hashes, identifier, _, pages, limit = struct.unpack_from(">9I", blob)
         hash_size, hash_type, _, page_bits = blob[36:40]
         digest = {SHA1: hashlib.sha1, SHA256: hashlib.sha256}[hash_type]
         page_size = 1 << page_bits
         match = all(
             digest(self.content[page_size * number:min(page_size * (number + 1), limit)]).digest()[:hash_size]
             == blob[hashes + hash_size * number:hashes + hash_size * (number + 1)] for number in range(pages))
-        return CodeDirectory(flags, hash_type, page_size, blob[identifier:].split(b"\0", 1)[0].decode(),
+        team = struct.unpack_from(">I", blob, 48)[0] if version >= WITH_TEAM else 0
+        return CodeDirectory(flags, hash_type, page_size, text_at(blob, identifier), text_at(blob, team) if team else "",
                              match and pages > 0)
 
     def image_info(self):
@@ -271,7 +274,7 @@ class Slice:
         return self._chained[address] if address in self._chained else self._numbers("Q", address)[0]
 
     def _text(self, address):
-        return self.content[self._place(address):].split(b"\0", 1)[0].decode()
+        return text_at(self.content, self._place(address))
 
     def _numbers(self, layout, address):
         return struct.unpack_from(f"<{layout}", self.content, self._place(address))
@@ -315,6 +318,11 @@ class Slice:
         if told.returncode != 0:
             raise NotMachO(told.stderr.strip())
         return told.stdout
+
+
+def text_at(content, place):
+    """The text that ends in a zero byte."""
+    return content[place:content.index(b"\0", place)].decode()
 
 
 def load_command(text):

@@ -4,7 +4,7 @@ import re
 import stat
 import unittest
 
-from support import macho, product
+from inspection import macho, product
 
 # Bytes without the signature. What was reached, and a tenth.
 SIZE_BUDGET = {"x86_64": 116_500, "arm64": 155_800}

@@ -2,7 +2,7 @@
 
 import unittest
 
-from support import product
+from inspection import product
 
 AUTHORIZATION = "^{AuthorizationOpaqueRef=}"
 
