@@ -6,6 +6,7 @@ import warnings
 
 import jsonschema
 
+import releases
 from inspection import product
 from support.copies import DistributionCopy
 from support.packing import ARCHIVE, BUNDLE, CONTENTS, VERSION, package
@@ -59,8 +60,7 @@ class BillOfMaterials(DistributionCopy):
         self.assertEqual(parts[f"{CONTENTS}/Resources/Quillmark.app"]["version"], "1")
         self.assertEqual({reference for reference, part in parts.items() if part["type"] == "application"},
                          {BUNDLE, f"{CONTENTS}/Resources/Quillmark.app",
-                          *(f"components/WGComponents/{mac}/QuillmarkGuard"
-                            for mac in ("Sequoia", "Sonoma", "Ventura", "osIntel", "osM1"))})
+                          *(f"components/WGComponents/{mac}/QuillmarkGuard" for mac in releases.folders())})
         self.assertEqual({part["name"] for part in parts.values() if part["type"] == "file"},
                          {*SCRIPTS, *VPN_FILES})
         self.assertEqual(bill["dependencies"], [{"ref": ARCHIVE, "dependsOn": sorted(parts)}])

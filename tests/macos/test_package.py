@@ -81,6 +81,9 @@ class ReleasableCopy(DistributionCopy):
             f'identifier "{product.HELPER_LABEL}" and anchor apple generic and '
             'certificate leaf[subject.OU] = "ABCDE12345"')})
         self.change("Resources/Quillmark.app/Contents/", CFBundleIdentifier="com.quillmark.client")
+        client = self.copy / CONTENTS / "Resources/Quillmark.app/Contents"
+        (client / "Resources/tunnel.dat").chmod(0o644)
+        (client / "CodeResources").write_bytes(b"ticket")
         signature.sign(self.copy / BUNDLE)
 
     def change(self, place, **values):

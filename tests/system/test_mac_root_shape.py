@@ -22,12 +22,14 @@ class MacShape(MacRootTest):
     def test_a_release_may_hold_bytes_that_are_no_text(self):
         self.assertEqual(self.inside(RELEASE_COMMAND + " | od -An -tx1", "--release", b"S\xff"), " 53 ff 0a\n")
 
-    def test_every_line_of_the_licence_text_ends_with_one_backslash(self):
-        text = self.inside(f"cat '{LICENCE}'").splitlines()
-        self.assertIn("SOFTWARE LICENSE AGREEMENT FOR macOS Sonoma\\", text)
-        self.assertTrue(text[0].startswith("{\\rtf1"))
-        for line in text[2:-1]:
-            self.assertRegex(line, r"[^\\]\\$|^\\$")
+    def test_the_heading_has_the_shape_that_it_has_on_such_a_mac(self):
+        start = "\\f0\\b SOFTWARE LICENSE AGREEMENT FOR "
+        for release, ending in [("Sonoma", "macOS Sonoma\\\n"), ("15", "macOS Sequoia\\\n"), ("X", "macOS X\\\n"),
+                                ("10.14", "macOS Mojave\n\\\n"), ("10.9", "OS X MAVERICKS\\\n")]:
+            with self.subTest(release):
+                text = self.inside(f"cat '{LICENCE}'", "--release", release)
+                self.assertTrue(text.startswith("{\\rtf1"))
+                self.assertIn(f"\n{start}{ending}", text)
 
     def test_the_licence_text_can_be_missing(self):
         self.assertEqual(self.inside(f"ls '{os.path.dirname(LICENCE)}'", "--no-licence"), "")

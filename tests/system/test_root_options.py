@@ -90,18 +90,6 @@ class Release(OptionsTest):
         self.assert_applications(mac)
         self.assert_staged(mac, folder)
 
-    def test_big_sur_on_an_intel_mac_takes_os_intel(self):
-        self.assert_component(self.mac("--release", "Big Sur", "--processor", "x86_64"), "osIntel", "osIntel")
-
-    def test_big_sur_on_apple_silicon_takes_os_m1(self):
-        self.assert_component(self.mac("--release", "Big Sur", "--processor", "arm64"), "osM1", "osM1")
-
-    def test_monterey_on_an_intel_mac_takes_os_intel(self):
-        self.assert_component(self.mac("--release", "Monterey", "--processor", "x86_64"), "osIntel", "osIntel")
-
-    def test_monterey_on_apple_silicon_takes_os_m1(self):
-        self.assert_component(self.mac("--release", "Monterey", "--processor", "arm64"), "osM1", "osM1")
-
     def test_any_processor_answer_other_than_x86_64_takes_os_m1(self):
         for processor in ["i386", "X86_64", ""]:
             with self.subTest(processor):
@@ -109,11 +97,6 @@ class Release(OptionsTest):
 
     def test_a_processor_answer_that_is_not_utf8_takes_os_m1(self):
         self.assert_component(self.mac("--release", "Monterey", "--processor", b"x86_64\xff"), "osM1", "osM1")
-
-    def test_any_other_release_takes_the_folder_of_its_own_name_on_either_processor(self):
-        for release, processor in [("Ventura", "x86_64"), ("Sequoia", "arm64")]:
-            with self.subTest(release):
-                self.assert_component(self.mac("--release", release, "--processor", processor), release, release)
 
     def test_a_release_without_a_folder_gets_no_component_and_the_rest_of_the_installation_stands(self):
         mac = self.mac("--release", "Tahoe")

@@ -13,6 +13,8 @@ import shutil
 import stat
 from pathlib import Path
 
+import releases
+
 USER_ID = 501
 GROUP_ID = 20
 
@@ -168,15 +170,16 @@ def write_licence(root, options):
     if options.no_licence:
         remove(host_path(root, LICENCE))
         return
-    # RTF ends a line with a backslash; whoever reads the release name off the heading takes that last character away.
-    headings = "".join(f"SOFTWARE LICENSE AGREEMENT FOR macOS {release}\\\n" for release in options.release)
+    # As there, the heading is one line of several; the sentence below it names the agreement in other letters.
+    headings = "".join(map(releases.heading, options.release))
     write(root, LICENCE, f"""\
 {{\\rtf1\\ansi\\ansicpg1252
-{{\\fonttbl\\f0\\fswiss\\fcharset0 Helvetica;}}
-\\f0\\fs24 \\
-{headings}\\
-This page grants nothing and asks nothing. It stands where a Mac keeps the terms\\
-of its system, so that a program which reads the release name there finds one.\\
+{{\\fonttbl\\f0\\fswiss\\fcharset0 Helvetica-Bold;\\f1\\fswiss\\fcharset0 Helvetica;}}
+\\f0\\b\\fs24 ENGLISH\\
+\\
+{headings}\\f1\\b0 \\
+This page grants nothing and asks nothing. It stands where a Mac keeps the software license agreement for macOS, so\\
+that a program which reads the release name there finds one.\\
 }}
 """)
 
