@@ -55,6 +55,11 @@ def heading(release):
     return f"\\f0\\b SOFTWARE LICENSE AGREEMENT FOR {shape}\n"
 
 
+def of_version(version):
+    """The rows of a version with all its numbers, such as 10.14.6 or 26.1."""
+    return [one for one in RELEASES if f"{version}.".startswith(f"{one.version}.")]
+
+
 def folders():
     """The folders of components that serve every Mac, each once, in order."""
     return list(dict.fromkeys(one.folder(processor) for one in RELEASES if one.name for processor in one.processors))

@@ -26,6 +26,6 @@ while Date() < deadline {
     exit(0)
   }
   if kill(pid_t(process), 0) != 0 { fail("process \(process) has ended without a window") }
-  Thread.sleep(forTimeInterval: 0.2)
+  Thread.sleep(forTimeInterval: 0.01)
 }
 fail("process \(process) has shown no window within \(seconds) seconds")

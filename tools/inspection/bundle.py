@@ -23,10 +23,18 @@ INFO = {
     "CFBundleSignature": "????",
     "CFBundleVersion": product.project_version(),
     "LSApplicationCategoryType": "public.app-category.utilities",
+    # Under Rosetta "uname -m" names an Intel processor, and the component would be for one.
+    "LSRequiresNativeExecution": True,
+    "NSDesktopFolderUsageDescription":
+        "The installer copies Quillmark’s components from the folder beside it, which lies on your Desktop.",
+    "NSDownloadsFolderUsageDescription":
+        "The installer copies Quillmark’s components from the folder beside it, which lies in your Downloads folder.",
     "NSHighResolutionCapable": True,
     "NSHumanReadableCopyright": "Copyright © Quillmark. All rights reserved.",
     "NSMainNibFile": "MainMenu",
     "NSPrincipalClass": "NSApplication",
+    "NSRemovableVolumesUsageDescription":
+        "The installer copies Quillmark’s components from the folder beside it, which lies on this volume.",
     # The title without a colour and the log's plain text are black; Dark Mode would put them on black.
     "NSRequiresAquaSystemAppearance": True,
 }
