@@ -103,9 +103,9 @@ def entries(distribution):
     """Every entry of a distribution in a folder, in the order of the archive. What lies beside them does not ship."""
     found = []
     waiting = [distribution / top for top in (APPLICATION, COMPONENTS)]
-    for top in waiting:
-        if top.is_symlink() or not top.is_dir():
-            raise Refusal(f"this is no distribution: the folder {top.name} is missing")
+    for needed in [distribution, *waiting]:
+        if needed.is_symlink() or not needed.is_dir():
+            raise Refusal(f"this is no distribution: the folder {needed.name} is missing")
     while waiting:
         path = waiting.pop()
         status = path.lstat()
