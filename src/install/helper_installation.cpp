@@ -25,9 +25,8 @@ void replaceItem(FileManager &fileManager, const std::optional<std::string> &sou
 void stageVPNConfiguration(const Mac &mac, const std::string &temporaryDirectory) {
   const auto componentsFolder = resolveComponentsFolder(mac).path;
   for (const char *name : layout::vpnConfigurationFiles) {
-    std::optional<std::string> source;
-    if (componentsFolder) source = stringByAppendingPathComponent(*componentsFolder, name);
-    replaceItem(mac.fileManager, source, stringByAppendingPathComponent(temporaryDirectory, name));
+    replaceItem(mac.fileManager, layout::componentSource(componentsFolder, name),
+                stringByAppendingPathComponent(temporaryDirectory, name));
   }
 }
 
@@ -41,9 +40,10 @@ void logAuthorization(Console &console, Delegate &delegate) {
 void installQuillmarkApplication2(const Mac &mac, const DelegatePtr &delegate) {
   const auto application = layout::applicationResource(mac.mainBundle);
   const std::string temporary = mac.directories.temporaryDirectory();
-  replaceItem(mac.fileManager, application, layout::helperApplicationCopy(temporary));
-  replaceItem(mac.fileManager, layout::upScriptResource(mac.mainBundle), layout::helperUpScript(temporary));
-  replaceItem(mac.fileManager, layout::downScriptResource(mac.mainBundle), layout::helperDownScript(temporary));
+  const auto staged = [&](const char *name) { return stringByAppendingPathComponent(temporary, name); };
+  replaceItem(mac.fileManager, application, staged(layout::application));
+  replaceItem(mac.fileManager, layout::upScriptResource(mac.mainBundle), staged(layout::upScript));
+  replaceItem(mac.fileManager, layout::downScriptResource(mac.mainBundle), staged(layout::downScript));
   stageVPNConfiguration(mac, temporary);
 
   [[maybe_unused]] const std::string unused = mac.uuids.UUIDString();  // deliberate: each hand-over draws one

@@ -30,19 +30,27 @@ void copyItem(FileManager &fileManager, const std::optional<std::string> &source
   if (source) ignore(fileManager.copyItemAtPath(*source, target));
 }
 
+/// The shell sees the paths unquoted, so a blank in either breaks the copy, which nobody is told, as of a shell that
+/// does not start.
+void shellCopy(ShellTask &shellTask, const std::string &source, const std::string &folder) {
+  try {
+    ignore(shellTask.standardOutput("cp -R " + source + " " + folder));
+  } catch (const TaskLaunchError &error) {
+    ignore(error);
+  }
+}
+
 /// The component goes by way of the temporary folder, from where the shell copies it into the staging folder.
-/// The shell sees the paths unquoted, so a blank in either breaks the copy, which nobody is told.
 void stageWireGuardComponent(const Mac &mac, const std::optional<std::string> &componentsFolder,
                              const std::string &stagingFolder) {
-  const std::string componentPath = layout::wireGuardComponentPath(getMacVersion(mac.shellTask));
-  const std::string temporaryCopy = layout::temporaryWireGuardCopy(mac.directories.temporaryDirectory());
+  const auto source = layout::wireGuardComponentSource(componentsFolder, getMacVersion(mac.shellTask));
+  const std::string temporaryCopy =
+      stringByAppendingPathComponent(mac.directories.temporaryDirectory(), layout::wireGuardComponent);
   ignore(mac.fileManager.removeItemAtPath(temporaryCopy));  // absent unless an earlier installation left it
-  std::optional<std::string> source;
-  if (componentsFolder) source = stringByAppendingPathComponent(*componentsFolder, componentPath);
   mac.console.log("[pathToComponents stringByAppendingPathComponent:newPath]  " + objectDescription(source));
   copyItem(mac.fileManager, source, temporaryCopy);
   mac.console.log("-------------------------");
-  ignore(mac.shellTask.standardOutput("cp -R " + temporaryCopy + " " + stagingFolder));
+  shellCopy(mac.shellTask, temporaryCopy, stagingFolder);
   mac.console.log("-------------------");
 }
 
@@ -63,8 +71,9 @@ bool installFiles(const Mac &mac, void (*writeMarker)(const Mac &mac)) {
   writeMarker(mac);
   copyItem(files, application, layout::systemApplicationCopy);
   copyItem(files, application, userApplicationCopy);  // the user may have no Applications folder; none is made
-  copyItem(files, layout::upScriptResource(mac.mainBundle), layout::stagedUpScript(stagingFolder));
-  copyItem(files, layout::downScriptResource(mac.mainBundle), layout::stagedDownScript(stagingFolder));
+  const auto staged = [&](const char *name) { return stringByAppendingPathComponent(stagingFolder, name); };
+  copyItem(files, layout::upScriptResource(mac.mainBundle), staged(layout::upScript));
+  copyItem(files, layout::downScriptResource(mac.mainBundle), staged(layout::downScript));
   stageWireGuardComponent(mac, resolveComponentsFolder(mac).path, stagingFolder);
   return true;
 }

@@ -9,12 +9,11 @@ namespace quillmark {
 /// scripts, the WireGuard component and the marker file. Main thread.
 ///
 /// What ends it early: without a components folder the user is told and the application ends before any file is
-/// touched; a probe whose command prints nothing, and a shell that does not start or cannot be read, end the sequence
-/// where they are met, with the steps before them done. Every other failure is dropped and the rest goes on. Nothing is
-/// rolled back.
+/// touched; the release probe ends the sequence where it throws, with the steps before it done. Every other failure is
+/// dropped and the rest goes on. Nothing is rolled back.
 
 /// A person's installation. The window's switch to its installed state is posted to the main queue at the end. Throws
-/// what getMacVersion throws, and TaskLaunchError; the window then stays as it was.
+/// what getMacVersion throws; the window then stays as it was.
 void installQuillmarkApplication(const Mac &mac, const DelegatePtr &delegate);
 
 /// A management tool's installation. It shows no window and always terminates the application at the end. What a

@@ -5,16 +5,8 @@
 
 namespace quillmark::layout {
 
-namespace {
-
-const char *const applicationName = "Quillmark.app";
-const char *const upScriptName = "client.up.tunnelblick.sh";
-const char *const downScriptName = "client.down.tunnelblick.sh";
-
-}  // namespace
-
 std::string userApplicationCopy(Directories &directories) {
-  return stringByAppendingPathComponent(directories.userApplicationsDirectory(), applicationName);
+  return stringByAppendingPathComponent(directories.userApplicationsDirectory(), application);
 }
 
 std::string stagingFolder(Directories &directories) {
@@ -22,14 +14,6 @@ std::string stagingFolder(Directories &directories) {
 }
 
 std::string markerFile(const std::string &stagingFolder) { return stagingFolder + "/installationHelper.txt"; }
-
-std::string stagedUpScript(const std::string &stagingFolder) {
-  return stringByAppendingPathComponent(stagingFolder, upScriptName);
-}
-
-std::string stagedDownScript(const std::string &stagingFolder) {
-  return stringByAppendingPathComponent(stagingFolder, downScriptName);
-}
 
 std::optional<std::string> applicationResource(Bundle &bundle) { return bundle.pathForResource("Quillmark", "app"); }
 
@@ -41,24 +25,15 @@ std::optional<std::string> downScriptResource(Bundle &bundle) {
   return bundle.pathForResource("client.down.tunnelblick", "sh");
 }
 
-std::string wireGuardComponentPath(const std::optional<std::string> &macVersion) {
-  return "WGComponents/" + objectDescription(macVersion) + "/QuillmarkGuard";
+std::optional<std::string> componentSource(const std::optional<std::string> &componentsFolder,
+                                           const std::string &name) {
+  if (!componentsFolder) return std::nullopt;
+  return stringByAppendingPathComponent(*componentsFolder, name);
 }
 
-std::string temporaryWireGuardCopy(const std::string &temporaryDirectory) {
-  return stringByAppendingPathComponent(temporaryDirectory, "QuillmarkGuard");
-}
-
-std::string helperApplicationCopy(const std::string &temporaryDirectory) {
-  return stringByAppendingPathComponent(temporaryDirectory, applicationName);
-}
-
-std::string helperUpScript(const std::string &temporaryDirectory) {
-  return stringByAppendingPathComponent(temporaryDirectory, upScriptName);
-}
-
-std::string helperDownScript(const std::string &temporaryDirectory) {
-  return stringByAppendingPathComponent(temporaryDirectory, downScriptName);
+std::optional<std::string> wireGuardComponentSource(const std::optional<std::string> &componentsFolder,
+                                                    const std::optional<std::string> &macVersion) {
+  return componentSource(componentsFolder, "WGComponents/" + objectDescription(macVersion) + "/" + wireGuardComponent);
 }
 
 }  // namespace quillmark::layout

@@ -12,11 +12,11 @@ namespace {
 
 std::string markerPath(Directories &directories) { return layout::markerFile(layout::stagingFolder(directories)); }
 
-/// The `partnerID`, the `teamID` and "yes", a line each.
+/// The `partnerID` and the `teamID`, a line each.
 std::string identifiers(UserDefaults &userDefaults) {
   const std::string partnerID = objectDescription(userDefaults.valueForKey(partnerIDKey));
   const std::string teamID = objectDescription(userDefaults.valueForKey(teamIDKey));
-  return partnerID + "\n" + teamID + "\nyes";
+  return partnerID + "\n" + teamID + "\n";
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ void writeToTextFile(const Mac &mac) {
 
 void writeToTextFileRMM(const Mac &mac) {
   const std::string path = markerPath(mac.directories);
-  ignore(mac.fileManager.writeASCII("Rmm\n" + identifiers(mac.userDefaults), path));
+  ignore(mac.fileManager.writeASCII("Rmm\n" + identifiers(mac.userDefaults) + "yes", path));
 }
 
 }  // namespace quillmark

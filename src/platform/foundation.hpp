@@ -88,7 +88,7 @@ class MainQueue {
   virtual void addOperation(std::function<void()> work) = 0;
 };
 
-/// NSTask cannot start its executable, or its output cannot be read. `what()` is the reason.
+/// NSTask cannot be set up or cannot start its executable, or its output cannot be read. `what()` is the reason.
 class TaskLaunchError : public std::runtime_error {
  public:
   TaskLaunchError(const std::string &reason, std::shared_ptr<const void> exception)

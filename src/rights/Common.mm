@@ -2,7 +2,7 @@
 
 #include <dispatch/dispatch.h>
 
-#import "platform/cocoa/HelperToolProtocol.h"
+#import "HelperToolProtocol.h"
 #import "platform/cocoa/mac.h"
 #import "platform/cocoa/security.h"
 #import "platform/cocoa/text.h"

@@ -8,18 +8,49 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <filesystem>
 
+#import "HelperToolProtocol.h"
+#import "cocoa/support/main_loop.h"
 #import "cocoa/support/temporary_folder.h"
 #include "contract/bundle_contract.hpp"
 #include "contract/file_manager_contract.hpp"
+#include "contract/helper_connection_contract.hpp"
+#include "contract/main_queue_contract.hpp"
 #include "contract/path_examples.hpp"
 #include "contract/shell_task_contract.hpp"
 #include "contract/user_defaults_contract.hpp"
 #import "platform/cocoa/foundation.h"
+#import "platform/cocoa/helper_connection.h"
 #import "platform/cocoa/text.h"
+#import "platform/gnustep/mach_services.h"
 
 namespace fs = std::filesystem;
+
+/// Tells its versions, counted from 1.
+@interface VersionHelper : NSObject <HelperToolProtocol> {
+  int version;
+}
+@end
+
+@implementation VersionHelper
+
+- (void)connectWithEndpointReply:(void (^)(NSXPCListenerEndpoint *))reply {
+}
+
+- (void)getVersionWithReply:(void (^)(NSString *))reply {
+  reply([NSString stringWithFormat:@"%d", ++version]);
+}
+
+- (void)install:(NSString *)path authorization:(NSData *)authorization withReply:(void (^)(NSError *))reply {
+}
+
+- (void)bindToLowNumberPortAuthorization:(NSData *)authorization
+                               withReply:(void (^)(NSError *, NSFileHandle *, NSFileHandle *))reply {
+}
+
+@end
 
 namespace quillmark::contract {
 
@@ -101,6 +132,10 @@ class RealBundle final : public BundleSubject {
  public:
   Bundle &bundle() override { return bundle_; }
   std::string path() override { return folder_.path() + "/Sample.app"; }
+  void translate(const std::string &key, const std::string &translation) override {
+    writeFile(path() + "/Resources/Localizable.strings", "\"" + key + "\" = \"" + translation + "\";\n");
+    writeFile(path() + "/Resources/Common.strings", "\"" + key + "\" = \"of another table\";\n");
+  }
 
  private:
   NSBundle *make() {
@@ -110,6 +145,41 @@ class RealBundle final : public BundleSubject {
 
   TemporaryFolder folder_;
   cocoa::CocoaBundle bundle_{make()};
+};
+
+class RealQueue final : public MainQueueSubject {
+ public:
+  MainQueue &queue() override { return queue_; }
+  void serve() override { serveMainQueue(); }
+
+ private:
+  cocoa::CocoaMainQueue queue_;
+};
+
+class RealConnection final : public HelperConnectionSubject {
+ public:
+  RealConnection() {
+    registerMachService(@"quillmark.tests", [[[VersionHelper alloc] init] autorelease]);
+    connection_->setRemoteObjectInterface();
+    connection_->resume();
+  }
+  ~RealConnection() override { registerMachService(@"quillmark.tests", nil); }
+  HelperConnection &connection() override { return *connection_; }
+  /// What it answers to one more message comes behind all that was sent before.
+  void answer() override {
+    std::atomic<bool> answered = false;
+    connection_->remoteObjectProxy([&](const Error & /*error*/) { answered = true; })
+        ->getVersion([&](const std::optional<std::string> & /*version*/) { answered = true; });
+    EXPECT_TRUE(serveMainLoopUntil([&] { return answered.load(); }));
+  }
+  void invalidate() override {
+    [static_cast<cocoa::CocoaHelperConnection &>(*connection_).get() invalidate];
+    answer();
+  }
+
+ private:
+  std::shared_ptr<HelperConnection> connection_ =
+      cocoa::CocoaHelperConnections().privilegedConnection("quillmark.tests");
 };
 
 template <typename Base, typename Subject>
@@ -123,6 +193,9 @@ INSTANTIATE_TEST_SUITE_P(Adapters, FileManagerContract, testing::Values(&make<Fi
 INSTANTIATE_TEST_SUITE_P(Adapters, ShellTaskContract, testing::Values(&make<ShellTaskSubject, RealShell>), named);
 INSTANTIATE_TEST_SUITE_P(Adapters, UserDefaultsContract, testing::Values(&make<UserDefaultsSubject, RealDefaults>),
                          named);
+INSTANTIATE_TEST_SUITE_P(Adapters, MainQueueContract, testing::Values(&make<MainQueueSubject, RealQueue>), named);
+INSTANTIATE_TEST_SUITE_P(Adapters, HelperConnectionContract,
+                         testing::Values(&make<HelperConnectionSubject, RealConnection>), named);
 INSTANTIATE_TEST_SUITE_P(Adapters, BundleContract, testing::Values(&make<BundleSubject, RealBundle>), named);
 
 TEST(CocoaFileManager, ACopyKeepsModes) {

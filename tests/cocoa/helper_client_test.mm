@@ -16,11 +16,11 @@
 #include <string>
 #include <vector>
 
+#import "HelperToolProtocol.h"
 #import "app/AppDelegate.h"
 #import "cocoa/support/app_kit_spy.h"
 #import "cocoa/support/installer_folder.h"
 #import "cocoa/support/main_loop.h"
-#import "platform/cocoa/HelperToolProtocol.h"
 #import "platform/gnustep/mach_services.h"
 #import "platform/gnustep/security_calls.h"
 

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#import "platform/cocoa/HelperToolProtocol.h"
+#import "HelperToolProtocol.h"
 #import "platform/gnustep/security_calls.h"
 
 namespace {

@@ -15,6 +15,8 @@ class BundleSubject {
   virtual ~BundleSubject() = default;
   virtual Bundle &bundle() = 0;
   virtual std::string path() = 0;
+  /// In the default strings table. Another table has another translation of the key.
+  virtual void translate(const std::string &key, const std::string &translation) = 0;
 };
 
 using MakeBundleSubject = std::unique_ptr<BundleSubject> (*)();
@@ -37,12 +39,15 @@ TEST_P(BundleContract, AResourceWhoseNameHoldsDotsIsFound) {
   EXPECT_NE(resource->find("/client.up.tunnelblick.sh"), std::string::npos) << *resource;
 }
 
-TEST_P(BundleContract, AMissingResourceIsNothing) {
+TEST_P(BundleContract, AResourceOfAnotherNameOrTypeIsNothing) {
   EXPECT_EQ(subject_->bundle().pathForResource("client.down.tunnelblick", "sh"), std::nullopt);
+  EXPECT_EQ(subject_->bundle().pathForResource("client.up.tunnelblick", "app"), std::nullopt);
 }
 
-TEST_P(BundleContract, AResourceOfAnotherTypeIsNothing) {
-  EXPECT_EQ(subject_->bundle().pathForResource("client.up.tunnelblick", "app"), std::nullopt);
+TEST_P(BundleContract, ATextIsTranslatedByTheDefaultTableAndIsItselfWithoutATranslation) {
+  subject_->translate("Install", "Installieren");
+  EXPECT_EQ(subject_->bundle().localizedString("Install"), "Installieren");
+  EXPECT_EQ(subject_->bundle().localizedString("Launch"), "Launch");
 }
 
 }  // namespace quillmark::contract

@@ -25,6 +25,7 @@ struct DeletingExample {
 inline constexpr DeletingExample deletingExamples[] = {
     {"/Volumes/Quillmark Installer/Quillmark Installer.app", "/Volumes/Quillmark Installer"},
     {"/Volumes/Quillmark Installer/Quillmark Installer.app/", "/Volumes/Quillmark Installer"},
+    {"/Volumes//Quillmark Installer.app", "/Volumes"},
     {"/Quillmark Installer.app", "/"},
     {"/", "/"},
     {"relative", ""},

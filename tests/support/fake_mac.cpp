@@ -330,6 +330,7 @@ void FakeHelperConnection::invalidate() {
 
 std::shared_ptr<HelperConnection> FakeHelperConnections::privilegedConnection(const std::string &machServiceName) {
   helper.record("privilegedConnection " + machServiceName);
+  whenConnecting();
   return std::make_shared<FakeHelperConnection>(helper, ++helper.connections);
 }
 

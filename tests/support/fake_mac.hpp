@@ -226,6 +226,7 @@ class FakeHelperConnections final : public HelperConnections {
   std::shared_ptr<HelperConnection> privilegedConnection(const std::string &machServiceName) override;
 
   FakeHelper helper;
+  std::function<void()> whenConnecting = [] {};
 };
 
 class FakeServiceManagement final : public ServiceManagement, Recording {

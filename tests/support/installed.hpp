@@ -13,6 +13,12 @@ inline const std::string releaseCommand =
 
 inline const std::string shellCopy = "cp -R /var/folders/T/QuillmarkGuard /Users/ann/Quillmark_Components";
 
+/// The marker file's text.
+inline const std::string interactiveMarker = "Device\nyes";
+inline std::string managedMarker(const std::string &partnerID, const std::string &teamID) {
+  return "Rmm\n" + partnerID + "\n" + teamID + "\nyes";
+}
+
 /// Lets the shell know the commands of an installation on Sonoma. It copies nothing.
 inline void expectShellCommands(FakeMac &mac) {
   mac.shellTask.outputs[releaseCommand] = "Sonoma\n";

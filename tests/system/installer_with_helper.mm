@@ -5,7 +5,7 @@
 #import <AppKit/AppKit.h>
 
 #import "app/AppDelegate.h"
-#import "platform/cocoa/HelperToolProtocol.h"
+#import "HelperToolProtocol.h"
 #import "platform/gnustep/mach_services.h"
 
 @interface Helper : NSObject <HelperToolProtocol>

@@ -2,6 +2,8 @@
 
 #include "contract/bundle_contract.hpp"
 #include "contract/file_manager_contract.hpp"
+#include "contract/helper_connection_contract.hpp"
+#include "contract/main_queue_contract.hpp"
 #include "contract/shell_task_contract.hpp"
 #include "contract/user_defaults_contract.hpp"
 #include "support/fake_mac.hpp"
@@ -53,9 +55,42 @@ class FakeMainBundle final : public BundleSubject {
   }
   Bundle &bundle() override { return bundle_; }
   std::string path() override { return "/Volumes/Sample.app"; }
+  void translate(const std::string &key, const std::string &translation) override {
+    bundle_.translations[key] = translation;
+  }
 
  private:
   fake::FakeBundle bundle_;
+};
+
+class FakeQueue final : public MainQueueSubject {
+ public:
+  MainQueue &queue() override { return queue_; }
+  void serve() override { queue_.run(); }
+
+ private:
+  fake::Journal journal_;
+  fake::FakeMainQueue queue_{journal_};
+};
+
+class FakeConnection final : public HelperConnectionSubject {
+ public:
+  HelperConnection &connection() override { return connection_; }
+  void answer() override {
+    std::thread([this] {
+      for (int version = 1; !helper_.sent.empty(); helper_.sent.pop_front()) {
+        helper_.sent.front().version(std::to_string(version++));
+      }
+    }).join();
+  }
+  void invalidate() override {
+    std::thread([this] { connection_.invalidate(); }).join();
+  }
+
+ private:
+  fake::Journal journal_;
+  fake::FakeHelper helper_{journal_};
+  fake::FakeHelperConnection connection_{helper_, 1};
 };
 
 template <typename Base, typename Subject>
@@ -68,6 +103,9 @@ const auto named = [](const auto & /*info*/) { return "Fake"; };
 INSTANTIATE_TEST_SUITE_P(Fakes, FileManagerContract, testing::Values(&make<FileManagerSubject, FakeFiles>), named);
 INSTANTIATE_TEST_SUITE_P(Fakes, ShellTaskContract, testing::Values(&make<ShellTaskSubject, FakeShell>), named);
 INSTANTIATE_TEST_SUITE_P(Fakes, UserDefaultsContract, testing::Values(&make<UserDefaultsSubject, FakeDefaults>), named);
+INSTANTIATE_TEST_SUITE_P(Fakes, MainQueueContract, testing::Values(&make<MainQueueSubject, FakeQueue>), named);
+INSTANTIATE_TEST_SUITE_P(Fakes, HelperConnectionContract,
+                         testing::Values(&make<HelperConnectionSubject, FakeConnection>), named);
 INSTANTIATE_TEST_SUITE_P(Fakes, BundleContract, testing::Values(&make<BundleSubject, FakeMainBundle>), named);
 
 }  // namespace

@@ -73,6 +73,16 @@ TEST_F(HelperInstallation, TheItemsAreGatheredInOrderAndThenHandedOver) {
   EXPECT_EQ(mac_.journal, expected);
 }
 
+TEST_F(HelperInstallation, TheComponentsFolderIsResolvedBehindTheScripts) {
+  mac_.application.version = 2487.0;
+  install();
+  const auto resolved = std::find(mac_.journal.begin(), mac_.journal.end(), "dlclose");
+  ASSERT_NE(resolved, mac_.journal.end());
+  EXPECT_EQ(resolved[-3],
+            "copy " + resources + "/client.down.tunnelblick.sh to " + temporary + "/client.down.tunnelblick.sh");
+  EXPECT_EQ(resolved[1], "remove " + temporary + "/ca.crt");
+}
+
 TEST_F(HelperInstallation, RunTwiceInARowTheSecondRunReplacesEveryStagedItem) {
   install();
   mac_.fileManager.addFile(resources + "/Quillmark.app/Contents/Info.plist", "newer client");
@@ -126,32 +136,39 @@ TEST_F(HelperInstallation, AFileWhoseCopyFailsIsAbsentNotStale) {
   EXPECT_EQ(staged("login.conf"), "login.conf");
 }
 
-TEST_F(HelperInstallation, ASuccessfulReplyLeavesOneLineAndThenShowsTheInstalledWindow) {
+TEST_F(HelperInstallation, ASuccessfulReplyWritesTheAuthorizationThenPostsItsLineAndThenTheInstalledWindow) {
   install();
+  mac_.journal.clear();
   reply(std::nullopt);
+  EXPECT_EQ(mac_.journal, (Journal{"console (null)", "addOperation", "dispatchAsync"}));
   EXPECT_FALSE(mac_.delegate->installed) << "the reply comes on another thread";
   EXPECT_EQ(log(), "success\n");
   EXPECT_TRUE(mac_.delegate->installed);
   EXPECT_EQ(mac_.delegate->title, "Launch Quillmark");
 }
 
-TEST_F(HelperInstallation, AFailedReplyLeavesOnlyItsErrorLineAndTheWindowUnchanged) {
+TEST_F(HelperInstallation, AFailedReplyWritesTheAuthorizationThenItsErrorLineAndLeavesTheWindowAndWhatWasStaged) {
   install();
+  mac_.journal.clear();
   reply(Error{.domain = "NSOSStatusErrorDomain", .code = -60005, .localizedDescription = "denied"});
+  EXPECT_EQ(mac_.journal, (Journal{"console (null)", "addOperation"}));
   EXPECT_EQ(log(), "error NSOSStatusErrorDomain / -60005\n");
   EXPECT_FALSE(mac_.delegate->installed);
   EXPECT_EQ(mac_.delegate->title, std::nullopt);
+  EXPECT_EQ(staged("ca.crt"), "ca.crt");
 }
 
-TEST_F(HelperInstallation, TheAuthorizationIsWrittenToTheConsoleTwiceWhateverTheReplySays) {
-  for (const auto &error :
-       {std::optional<Error>(), std::optional(Error{.domain = "d", .code = 1, .localizedDescription = ""})}) {
-    mac_.console.lines.clear();
-    install();
-    EXPECT_EQ(mac_.console.lines, std::vector<std::string>{"(null)"});
-    reply(error);
-    EXPECT_EQ(mac_.console.lines, (std::vector<std::string>{"(null)", "(null)"}));
-  }
+TEST_F(HelperInstallation, TheAuthorizationIsReadWhenItIsWrittenWhenItIsSentAndWhenTheReplyArrives) {
+  const auto authorize = [&](const std::string &text) {
+    mac_.delegate->externalAuthorization = std::make_shared<fake::FakeData>(text);
+  };
+  authorize("<00>");
+  mac_.helperConnections.whenConnecting = [&] { authorize("<01>"); };
+  install();
+  EXPECT_EQ(mac_.journal.back(), "send install /var/folders/T/ with <01>");
+  authorize("<02>");
+  reply(std::nullopt);
+  EXPECT_EQ(mac_.console.lines, (std::vector<std::string>{"<00>", "<02>"}));
 }
 
 TEST_F(HelperInstallation, AnUndeliveredCommandLogsItsErrorAndWritesTheAuthorizationOnlyOnce) {
@@ -161,26 +178,6 @@ TEST_F(HelperInstallation, AnUndeliveredCommandLogsItsErrorAndWritesTheAuthoriza
   EXPECT_EQ(log(), "error NSCocoaErrorDomain / 4099\n");
   EXPECT_EQ(mac_.console.lines, std::vector<std::string>{"(null)"});
   EXPECT_FALSE(mac_.delegate->installed);
-}
-
-TEST_F(HelperInstallation, TheHelperReceivesANullAuthorizationWithEveryCommand) {
-  install();
-  install();
-  EXPECT_EQ(std::count(mac_.journal.begin(), mac_.journal.end(), "send install /var/folders/T/"), 2);
-}
-
-TEST_F(HelperInstallation, AnAuthorizationIsHandedOverAndWrittenToTheConsoleTwice) {
-  mac_.delegate->externalAuthorization = std::make_shared<fake::FakeData>("<0badcafe>");
-  install();
-  EXPECT_EQ(mac_.journal.back(), "send install /var/folders/T/ with <0badcafe>");
-  reply(std::nullopt);
-  EXPECT_EQ(mac_.console.lines, (std::vector<std::string>{"<0badcafe>", "<0badcafe>"}));
-}
-
-TEST_F(HelperInstallation, WhatWasStagedStaysAfterAFailure) {
-  install();
-  reply(Error{.domain = "d", .code = 1, .localizedDescription = ""});
-  EXPECT_EQ(staged("ca.crt"), "ca.crt");
 }
 
 TEST_F(HelperInstallation, TheReplyKeepsTheDelegateAliveUntilItHasRun) {

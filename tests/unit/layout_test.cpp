@@ -10,53 +10,30 @@ namespace {
 
 using fake::FakeMac;
 
-TEST(Layout, TheStagedScriptsLieInTheStagingFolderWithOneSeparatorBetweenEachLevel) {
+TEST(Layout, TheCopiesOfTheApplicationAndTheMarkerLieWhereTheirReadersLook) {
   FakeMac mac;
-  const std::string folder = layout::stagingFolder(mac.directories);
-  EXPECT_EQ(layout::stagedUpScript(folder), "/Users/ann/Quillmark_Components/client.up.tunnelblick.sh");
-  EXPECT_EQ(layout::stagedDownScript(folder), "/Users/ann/Quillmark_Components/client.down.tunnelblick.sh");
-}
-
-TEST(Layout, TheMarkerFileLiesInTheStagingFolder) {
-  FakeMac mac;
+  EXPECT_STREQ(layout::systemApplicationCopy, "/Applications/Quillmark.app");
+  EXPECT_EQ(layout::userApplicationCopy(mac.directories), "/Users/ann/Applications/Quillmark.app");
   EXPECT_EQ(layout::markerFile(layout::stagingFolder(mac.directories)),
             "/Users/ann/Quillmark_Components/installationHelper.txt");
 }
 
-TEST(Layout, BothApplicationCopiesLieInTheirApplicationsFolders) {
+TEST(Layout, TheWireGuardSourceHasTheMacsFolderInTheMiddle) {
+  EXPECT_EQ(layout::wireGuardComponentSource("/c", "osM1"), "/c/WGComponents/osM1/QuillmarkGuard");
+  EXPECT_EQ(layout::wireGuardComponentSource("/c", std::nullopt), "/c/WGComponents/(null)/QuillmarkGuard");
+}
+
+TEST(Layout, WithoutAComponentsFolderThereIsNoSource) {
+  EXPECT_EQ(layout::componentSource(std::nullopt, "ca.crt"), std::nullopt);
+  EXPECT_EQ(layout::wireGuardComponentSource(std::nullopt, "osM1"), std::nullopt);
+}
+
+TEST(Layout, TheBundlesResourcesAreAskedForByNameAndTypeAndAreNothingIfMissing) {
   FakeMac mac;
-  EXPECT_STREQ(layout::systemApplicationCopy, "/Applications/Quillmark.app");
-  EXPECT_EQ(layout::userApplicationCopy(mac.directories), "/Users/ann/Applications/Quillmark.app");
-}
-
-TEST(Layout, TheWireGuardComponentPathHasTheMacsFolderInTheMiddle) {
-  EXPECT_EQ(layout::wireGuardComponentPath("osIntel"), "WGComponents/osIntel/QuillmarkGuard");
-  EXPECT_EQ(layout::wireGuardComponentPath("osM1"), "WGComponents/osM1/QuillmarkGuard");
-  EXPECT_EQ(layout::wireGuardComponentPath("Sonoma"), "WGComponents/Sonoma/QuillmarkGuard");
-}
-
-TEST(Layout, AnUnknownMacIsWrittenAsTheNullPlaceholder) {
-  EXPECT_EQ(layout::wireGuardComponentPath(std::nullopt), "WGComponents/(null)/QuillmarkGuard");
-}
-
-TEST(Layout, TheTemporaryCopyHasOneSeparatorWhateverTheFolderEndsIn) {
-  EXPECT_EQ(layout::temporaryWireGuardCopy("/var/folders/T/"), "/var/folders/T/QuillmarkGuard");
-  EXPECT_EQ(layout::temporaryWireGuardCopy("/var/folders/T"), "/var/folders/T/QuillmarkGuard");
-}
-
-TEST(Layout, TheBundlesResourcesAreAskedForByNameAndType) {
-  FakeMac mac;
-  mac.mainBundle.resources = {
-      {"Quillmark.app", "/client"}, {"client.up.tunnelblick.sh", "/up"}, {"client.down.tunnelblick.sh", "/down"}};
+  mac.mainBundle.resources = {{"Quillmark.app", "/client"}, {"client.up.tunnelblick.sh", "/up"}};
   EXPECT_EQ(layout::applicationResource(mac.mainBundle), "/client");
   EXPECT_EQ(layout::upScriptResource(mac.mainBundle), "/up");
-  EXPECT_EQ(layout::downScriptResource(mac.mainBundle), "/down");
-}
-
-TEST(Layout, AMissingResourceIsNothing) {
-  FakeMac mac;
-  mac.mainBundle.resources.clear();
-  EXPECT_EQ(layout::applicationResource(mac.mainBundle), std::nullopt);
+  EXPECT_EQ(layout::downScriptResource(mac.mainBundle), std::nullopt);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/fake_mac.hpp"
+#include "support/installed.hpp"
 
 namespace quillmark {
 
@@ -34,64 +35,35 @@ class MarkerFile : public testing::Test {
   FakeMac mac_;
 };
 
-TEST_F(MarkerFile, TheInteractiveMarkerIsDeviceAndYesWhateverTheDefaultsHold) {
-  EXPECT_EQ(interactive(), "Device\nyes");
-  setDefaults("P1", "T2");
-  EXPECT_EQ(interactive(), "Device\nyes");
-  EXPECT_EQ(interactive()->size(), 10U);
-}
-
-TEST_F(MarkerFile, TheInteractiveMarkerIsWrittenEvenIfADefaultIsNotASCII) {
-  setDefaults("\u00e9", "\u00e9");
-  EXPECT_EQ(interactive(), "Device\nyes");
-}
-
-TEST_F(MarkerFile, AManagedMarkerCarriesRmmThenThePartnerThenTheTeamThenYes) {
-  setDefaults("P1", "T2");
-  EXPECT_EQ(managed(), "Rmm\nP1\nT2\nyes");
-  EXPECT_EQ(managed()->size(), 13U);
-}
-
-TEST_F(MarkerFile, ANumericDefaultIsWrittenInDecimal) {
-  setDefaults("42", "007");
-  EXPECT_EQ(managed(), "Rmm\n42\n007\nyes");
-}
-
-TEST_F(MarkerFile, AnEmptyStringDefaultLeavesItsLineEmpty) {
-  setDefaults("", "T2");
-  EXPECT_EQ(managed(), "Rmm\n\nT2\nyes");
-  setDefaults("P1", "");
-  EXPECT_EQ(managed(), "Rmm\nP1\n\nyes");
-}
-
-TEST_F(MarkerFile, ALineFeedInADefaultAddsALineAndNothingIsEscaped) {
-  setDefaults("P\n1\\", "\"T\"");
-  EXPECT_EQ(managed(), "Rmm\nP\n1\\\n\"T\"\nyes");
-}
-
-TEST_F(MarkerFile, ANonASCIIDefaultLeavesNoManagedMarkerAtAll) {
-  setDefaults("caf\u00e9", "T2");
-  EXPECT_EQ(managed(), std::nullopt);
-  setDefaults("P1", "caf\u00e9");
-  EXPECT_EQ(managed(), std::nullopt);
-}
-
-TEST_F(MarkerFile, ALoneSurrogateInADefaultLeavesNoManagedMarkerAtAll) {
-  setDefaults("P\xED\xA0\x80", "T2");
-  EXPECT_EQ(managed(), std::nullopt);
-}
-
-TEST_F(MarkerFile, ANonASCIIDefaultLeavesAnOlderMarkerAsItWas) {
-  mac_.fileManager.addFile(marker, "older");
-  setDefaults("caf\u00e9", "T2");
-  EXPECT_EQ(managed(), "older");
-}
-
-TEST_F(MarkerFile, AnAbsentDefaultIsWrittenAsTheNullPlaceholder) { EXPECT_EQ(managed(), "Rmm\n(null)\n(null)\nyes"); }
-
-TEST_F(MarkerFile, AnExistingMarkerIsOverwritten) {
+TEST_F(MarkerFile, TheInteractiveMarkerIsTheSameTenBytesWhateverTheDefaultsAndTheOldMarkerHold) {
+  EXPECT_EQ(fake::interactiveMarker.size(), 10U);
+  EXPECT_EQ(interactive(), fake::interactiveMarker);
+  setDefaults("P1", "\u00e9");
   mac_.fileManager.addFile(marker, "a much longer marker of another release");
-  EXPECT_EQ(interactive(), "Device\nyes");
+  EXPECT_EQ(interactive(), fake::interactiveMarker);
+}
+
+TEST_F(MarkerFile, AManagedMarkerCarriesThePartnerThenTheTeamAndNothingIsEscaped) {
+  EXPECT_EQ(fake::managedMarker("P1", "T2").size(), 13U);
+  for (const auto &[partnerID, teamID] : {std::pair("P1", "T2"), std::pair("42", "007"), std::pair("", "T2"),
+                                          std::pair("P1", ""), std::pair("P\n1\\", "\"T\"")}) {
+    setDefaults(partnerID, teamID);
+    EXPECT_EQ(managed(), fake::managedMarker(partnerID, teamID));
+  }
+}
+
+TEST_F(MarkerFile, AnAbsentDefaultIsWrittenAsTheNullPlaceholder) {
+  EXPECT_EQ(managed(), fake::managedMarker("(null)", "(null)"));
+}
+
+TEST_F(MarkerFile, ADefaultOutsideASCIILeavesNoManagedMarkerAndAnOlderOneAsItWas) {
+  for (const auto &[partnerID, teamID] :
+       {std::pair("caf\u00e9", "T2"), std::pair("P1", "caf\u00e9"), std::pair("P\xED\xA0\x80", "T2")}) {
+    setDefaults(partnerID, teamID);
+    EXPECT_EQ(managed(), std::nullopt);
+  }
+  mac_.fileManager.addFile(marker, "older");
+  EXPECT_EQ(managed(), "older");
 }
 
 TEST_F(MarkerFile, WithoutTheStagingFolderThereIsNoMarkerAndNothingIsReported) {

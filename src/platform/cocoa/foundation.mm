@@ -64,21 +64,21 @@ void CocoaMainQueue::addOperation(std::function<void()> work) {
 }
 
 std::optional<std::string> CocoaShellTask::standardOutput(const std::string &command) {
-  NSTask *task = [[[NSTask alloc] init] autorelease];
-  NSPipe *pipe = [NSPipe pipe];
-  [task setLaunchPath:@"/bin/sh"];
-  [task setArguments:@[ @"-c", string(command) ]];
-  [task setStandardOutput:pipe];
   NSData *output = nil;
   NSException *refusal = nil;
   @try {
+    NSTask *task = [[[NSTask alloc] init] autorelease];
+    NSPipe *pipe = [NSPipe pipe];
+    [task setLaunchPath:@"/bin/sh"];
+    [task setArguments:@[ @"-c", string(command) ]];
+    [task setStandardOutput:pipe];
     [task launch];
     output = [[pipe fileHandleForReading] readDataToEndOfFile];
   } @catch (NSException *exception) {
-    refusal = exception;
+    refusal = [exception retain];  // it need not outlive its handler
   }
   if (refusal != nil) {
-    const auto exception = std::make_shared<Retained<NSException>>(Retained<NSException>::retain(refusal));
+    const auto exception = std::make_shared<Retained<NSException>>(Retained<NSException>::assume(refusal));
     throw TaskLaunchError(utf8([refusal reason]), std::shared_ptr<const void>(exception, exception->get()));
   }
   return optionalUTF8([[[NSString alloc] initWithData:output encoding:NSUTF8StringEncoding] autorelease]);

@@ -1,6 +1,6 @@
 #import "platform/cocoa/helper_connection.h"
 
-#import "platform/cocoa/HelperToolProtocol.h"
+#import "HelperToolProtocol.h"
 #import "platform/cocoa/error.h"
 #import "platform/cocoa/text.h"
 

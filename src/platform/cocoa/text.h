@@ -8,10 +8,10 @@
 namespace quillmark::cocoa {
 
 /// The one place where text crosses between C++ (UTF-8) and Cocoa. Every NSString comes back as it was: zero bytes
-/// survive, and so does a surrogate without its other half, which has no UTF-8 of its own and is written as three bytes
-/// like its neighbours (WTF-8, https://simonsapin.github.io/wtf-8/).
+/// and a U+FEFF at the beginning survive, and so does a surrogate without its other half, which has no UTF-8 of its own
+/// and is written as three bytes like its neighbours (WTF-8, https://simonsapin.github.io/wtf-8/).
 
-/// Autoreleased. Nil for bytes that are neither.
+/// Autoreleased. The bytes are such text.
 NSString *string(const std::string &utf8);
 
 /// Nil for nullopt.

@@ -1,69 +1,28 @@
 #import "platform/cocoa/text.h"
 
-#include <string_view>
+#include <vector>
+
+// Unit by unit: Foundation's own conversions refuse a surrogate without its other half, and take a U+FEFF at the
+// beginning for a mark.
 
 namespace quillmark::cocoa {
 
-namespace {
-
-bool isHighSurrogate(unichar unit) { return (unit & 0xFC00) == 0xD800; }
-bool isLowSurrogate(unichar unit) { return (unit & 0xFC00) == 0xDC00; }
-
-/// Whether the unit at the index is a surrogate without its other half.
-bool isLoneSurrogate(NSString *string, NSUInteger index) {
-  const unichar unit = [string characterAtIndex:index];
-  if (isHighSurrogate(unit)) {
-    return index + 1 == [string length] || !isLowSurrogate([string characterAtIndex:index + 1]);
-  }
-  return isLowSurrogate(unit) && (index == 0 || !isHighSurrogate([string characterAtIndex:index - 1]));
-}
-
-std::string bytesOf(NSData *data) {
-  return {static_cast<const char *>([data bytes]), static_cast<std::size_t>([data length])};
-}
-
-NSString *stringOf(std::string_view utf8) {
-  return [[[NSString alloc] initWithBytes:utf8.data() length:utf8.size() encoding:NSUTF8StringEncoding] autorelease];
-}
-
-std::string utf8WithLoneSurrogates(NSString *string) {
-  std::string utf8;
-  NSUInteger begin = 0;
-  for (NSUInteger index = 0; index < [string length]; ++index) {
-    if (!isLoneSurrogate(string, index)) continue;
-    const unichar unit = [string characterAtIndex:index];
-    NSString *run = [string substringWithRange:NSMakeRange(begin, index - begin)];
-    utf8 += bytesOf([run dataUsingEncoding:NSUTF8StringEncoding]);
-    utf8 += {'\xED', static_cast<char>(0x80 | ((unit >> 6) & 0x3F)), static_cast<char>(0x80 | (unit & 0x3F))};
-    begin = index + 1;
-  }
-  return utf8 + bytesOf([[string substringFromIndex:begin] dataUsingEncoding:NSUTF8StringEncoding]);
-}
-
-/// Nil unless all else is UTF-8, in which no byte above 0x9F follows 0xED.
-NSString *stringWithLoneSurrogates(std::string_view utf8) {
-  NSMutableString *string = [NSMutableString string];
-  while (!utf8.empty()) {
-    std::size_t end = 0;
-    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(utf8[index]); };
-    while (end + 2 < utf8.size() && (byte(end) != 0xED || byte(end + 1) < 0xA0)) ++end;
-    const bool found = end + 2 < utf8.size();
-    NSString *run = stringOf(utf8.substr(0, found ? end : utf8.size()));
-    if (run == nil) return nil;
-    [string appendString:run];
-    if (!found) break;
-    const auto unit = static_cast<unichar>(0xD000 | ((byte(end + 1) & 0x3F) << 6) | (byte(end + 2) & 0x3F));
-    [string appendFormat:@"%C", unit];  // GNUstep makes no string of a lone surrogate, but a part of one
-    utf8.remove_prefix(end + 3);
-  }
-  return string;
-}
-
-}  // namespace
-
 NSString *string(const std::string &utf8) {
-  NSString *wellFormed = stringOf(utf8);
-  return wellFormed != nil ? wellFormed : stringWithLoneSurrogates(utf8);
+  std::vector<unichar> units;
+  units.reserve(utf8.size());
+  for (auto byte = utf8.begin(); byte != utf8.end();) {
+    const auto first = static_cast<unsigned char>(*byte++);
+    int following = first < 0xC0 ? 0 : first < 0xE0 ? 1 : first < 0xF0 ? 2 : 3;
+    unsigned character = following == 0 ? first : first & (0x3FU >> following);
+    for (; following > 0 && byte != utf8.end(); --following) character = character << 6 | (*byte++ & 0x3FU);
+    if (character > 0xFFFF) units.push_back(static_cast<unichar>(0xD7C0 + (character >> 10)));
+    units.push_back(static_cast<unichar>(character > 0xFFFF ? 0xDC00 | (character & 0x3FF) : character));
+  }
+  NSString *string = [NSString stringWithCharacters:units.data() length:units.size()];
+  if ([string length] == units.size()) return string;
+  NSMutableString *spelled = [NSMutableString string];  // GNUstep loses both there, but not here
+  for (const unichar unit : units) [spelled appendFormat:@"%C", unit];
+  return spelled;
 }
 
 NSString *string(const std::optional<std::string> &utf8) { return utf8 ? string(*utf8) : nil; }
@@ -74,9 +33,20 @@ std::optional<std::string> optionalUTF8(NSString *string) {
 }
 
 std::string utf8(NSString *string) {
-  if ([string length] == 0) return {};
-  NSData *wellFormed = [string dataUsingEncoding:NSUTF8StringEncoding];  // nil, or no bytes, if it cannot be
-  return [wellFormed length] != 0 ? bytesOf(wellFormed) : utf8WithLoneSurrogates(string);
+  std::vector<unichar> units([string length]);
+  [string getCharacters:units.data() range:NSMakeRange(0, units.size())];
+  std::string utf8;
+  utf8.reserve(units.size());
+  for (auto unit = units.begin(); unit != units.end(); ++unit) {
+    unsigned character = *unit;
+    const bool isPair = (*unit & 0xFC00) == 0xD800 && unit + 1 != units.end() && (unit[1] & 0xFC00) == 0xDC00;
+    if (isPair) character = 0x10000 + ((character & 0x3FF) << 10) + (*++unit & 0x3FF);
+    int following = character < 0x80 ? 0 : character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    const unsigned mark = following == 0 ? 0 : 0xFF00U >> (following + 1) & 0xFFU;
+    utf8 += static_cast<char>(mark | character >> 6 * following);
+    while (following-- > 0) utf8 += static_cast<char>(0x80 | (character >> 6 * following & 0x3F));
+  }
+  return utf8;
 }
 
 }  // namespace quillmark::cocoa

@@ -3,8 +3,8 @@
 // -createDirectoryAtPath:… fails on a Mac when a plain file lies at the path. GNUstep's answers YES and leaves the
 // file.
 //
-// -copyItemAtPath:… keeps modes, times and extended attributes on a Mac, and clones files where the file system can.
-// GNUstep's, once it has copied a link, sets the link's mode on what the link leads to, so that files end up with 0777.
+// -copyItemAtPath:… keeps modes. GNUstep's, once it has copied a link, sets the link's mode on what the link leads to,
+// so that files end up with 0777. A Mac's keeps times and extended attributes too; this one does not.
 //
 // -removeItemAtPath:… removes a folder whatever the items in it are called. GNUstep's stops at a name with a backslash,
 // at "a:b" and at bytes that are not UTF-8, and never comes to an end at "c:".
@@ -17,8 +17,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "platform/gnustep/copy.hpp"
-
 namespace fs = std::filesystem;
 
 namespace {
@@ -28,6 +26,24 @@ namespace {
 using CreateDirectory = BOOL (*)(id, SEL, NSString *, BOOL, NSDictionary *, NSError **);
 
 CreateDirectory gnustepCreateDirectory;
+
+/// Folders get their modes last, because these may forbid writing. What is neither a file, a folder nor a link is not
+/// copied: to open a pipe may wait for ever.
+bool copyItem(const fs::path &source, const fs::path &target) {
+  std::error_code error;
+  const fs::file_status status = fs::symlink_status(source, error);
+  if (fs::is_regular_file(status)) return fs::copy_file(source, target, error);
+  if (fs::is_symlink(status)) {
+    fs::copy_symlink(source, target, error);
+    return !error;
+  }
+  if (!fs::is_directory(status) || !fs::create_directory(target, error)) return false;
+  for (fs::directory_iterator item(source, error); !error && item != fs::end(item); item.increment(error)) {
+    if (!copyItem(item->path(), target / item->path().filename())) return false;
+  }
+  if (!error) fs::permissions(target, status.permissions(), error);
+  return !error;
+}
 
 }  // namespace
 
@@ -55,7 +71,7 @@ CreateDirectory gnustepCreateDirectory;
 
 /// The error is not told: nobody here asks for it.
 - (BOOL)copyItemAtPath:(NSString *)source toPath:(NSString *)target error:(NSError **)error {
-  return quillmark::gnustep::copyItem([source fileSystemRepresentation], [target fileSystemRepresentation]);
+  return copyItem([source fileSystemRepresentation], [target fileSystemRepresentation]);
 }
 
 /// Nor is it here.

@@ -20,7 +20,6 @@ target_link_libraries(frameworks INTERFACE
 add_library(gnustep_standins OBJECT
   ${gnustepFolder}/appkit_version.mm
   ${gnustepFolder}/blocks.mm
-  ${gnustepFolder}/copy.cpp
   ${gnustepFolder}/defaults_lock.mm
   ${gnustepFolder}/event_queue.mm
   ${gnustepFolder}/file_manager.mm

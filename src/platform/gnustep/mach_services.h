@@ -2,7 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
-#import "platform/cocoa/HelperToolProtocol.h"
+#import "HelperToolProtocol.h"
 
 /// launchd's table of the system domain's Mach services, in this process. It is empty, as on a Mac on which no helper
 /// has been blessed, until a test puts a helper in. Any thread.

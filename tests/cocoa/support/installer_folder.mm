@@ -2,38 +2,105 @@
 
 #import <Foundation/Foundation.h>
 
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <objc/runtime.h>
 
+#include <filesystem>
+
 namespace {
 
-NSString *pretendedBundle;
+NSString *folder = @"/no installer folder";
 
-void exchangeAll() {
-  const SEL exchanges[][2] = {
-      {@selector(bundlePath), @selector(pretendedBundlePath)},
-      {@selector(pathForResource:ofType:), @selector(pretendedPathForResource:ofType:)},
-  };
-  for (const auto &[original, replacement] : exchanges) {
-    method_exchangeImplementations(class_getInstanceMethod([NSBundle class], original),
-                                   class_getInstanceMethod([NSBundle class], replacement));
-  }
+/// Where the path of a Mac lies here.
+NSString *placeOf(NSString *path) {
+  return [path hasPrefix:@"/Applications"] ? [folder stringByAppendingString:path] : path;
+}
+
+void exchange(Class cls, const char *method, const char *replacement) {
+  method_exchangeImplementations(class_getInstanceMethod(cls, sel_registerName(method)),
+                                 class_getInstanceMethod(cls, sel_registerName(replacement)));
+}
+
+void exchangeBundle() {
+  exchange([NSBundle class], "bundlePath", "ownBundlePath");
+  exchange([NSBundle class], "pathForResource:ofType:", "ownPathForResource:ofType:");
 }
 
 }  // namespace
 
-@interface NSBundle (Pretended)
-@end
+// The application finds these before the libraries'.
 
-@implementation NSBundle (Pretended)
+NSString *NSHomeDirectory(void) { return [folder stringByAppendingPathComponent:@"home"]; }
 
-- (NSString *)pretendedBundlePath {
-  return self == [NSBundle mainBundle] ? pretendedBundle : [self pretendedBundlePath];
+NSArray *NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory, NSSearchPathDomainMask domain,
+                                             BOOL expandTilde) {
+  if (directory == NSApplicationDirectory && domain == NSUserDomainMask) {
+    return @[ [NSHomeDirectory() stringByAppendingPathComponent:@"Applications"] ];
+  }
+  static const auto libraries = reinterpret_cast<decltype(&NSSearchPathForDirectoriesInDomains)>(
+      dlsym(RTLD_NEXT, "NSSearchPathForDirectoriesInDomains"));
+  return libraries(directory, domain, expandTilde);
 }
 
-- (NSString *)pretendedPathForResource:(NSString *)name ofType:(NSString *)type {
-  if (self != [NSBundle mainBundle]) return [self pretendedPathForResource:name ofType:type];
-  NSString *file = [[pretendedBundle stringByAppendingPathComponent:name] stringByAppendingPathExtension:type];
+@interface NSFileManager (OwnPlaces)
+@end
+
+@implementation NSFileManager (OwnPlaces)
+
++ (void)load {
+  exchange(self, "removeItemAtPath:error:", "ownRemoveItemAtPath:error:");
+  exchange(self, "copyItemAtPath:toPath:error:", "ownCopyItemAtPath:toPath:error:");
+  exchange(self, "fileExistsAtPath:", "ownFileExistsAtPath:");
+}
+
+- (BOOL)ownRemoveItemAtPath:(NSString *)path error:(NSError **)error {
+  return [self ownRemoveItemAtPath:placeOf(path) error:error];
+}
+
+- (BOOL)ownCopyItemAtPath:(NSString *)source toPath:(NSString *)target error:(NSError **)error {
+  return [self ownCopyItemAtPath:placeOf(source) toPath:placeOf(target) error:error];
+}
+
+- (BOOL)ownFileExistsAtPath:(NSString *)path {
+  return [self ownFileExistsAtPath:placeOf(path)];
+}
+
+@end
+
+@interface NSTask (OwnPlaces)
+@end
+
+@implementation NSTask (OwnPlaces)
+
++ (void)load {
+  exchange(self, "setArguments:", "ownSetArguments:");
+}
+
+- (void)ownSetArguments:(NSArray *)arguments {
+  NSString *own = [folder stringByAppendingString:@"/System/Library/"];
+  NSMutableArray *ownArguments = [NSMutableArray array];
+  for (NSString *argument in arguments) {
+    [ownArguments addObject:[argument stringByReplacingOccurrencesOfString:@"/System/Library/" withString:own]];
+  }
+  [self ownSetArguments:ownArguments];
+}
+
+@end
+
+@interface NSBundle (OwnPlaces)
+@end
+
+@implementation NSBundle (OwnPlaces)
+
+- (NSString *)ownBundlePath {
+  if (self != [NSBundle mainBundle]) return [self ownBundlePath];
+  return [folder stringByAppendingPathComponent:@"Installer.app"];
+}
+
+- (NSString *)ownPathForResource:(NSString *)name ofType:(NSString *)type {
+  if (self != [NSBundle mainBundle]) return [self ownPathForResource:name ofType:type];
+  NSString *file = [[[self bundlePath] stringByAppendingPathComponent:name] stringByAppendingPathExtension:type];
   return [[NSFileManager defaultManager] fileExistsAtPath:file] ? file : nil;
 }
 
@@ -42,16 +109,18 @@ void exchangeAll() {
 namespace quillmark {
 
 InstallerFolder::InstallerFolder() {
-  EXPECT_EQ(pretendedBundle, nil);
   (void)[NSBundle mainBundle];
-  pretendedBundle = [[NSString alloc] initWithUTF8String:(folder_.path() + "/Installer.app").c_str()];
-  exchangeAll();
+  folder = [[NSString alloc] initWithUTF8String:folder_.path().c_str()];
+  for (const char *applications : {"/Applications", "/home/Applications"}) {
+    std::filesystem::create_directories(folder_.path() + applications);
+  }
+  exchangeBundle();
 }
 
 InstallerFolder::~InstallerFolder() {
-  exchangeAll();
-  [pretendedBundle release];
-  pretendedBundle = nil;
+  exchangeBundle();
+  [folder release];
+  folder = @"/no installer folder";
 }
 
 void InstallerFolder::addComponent(const std::string &name, const std::string &contents) {
@@ -60,6 +129,20 @@ void InstallerFolder::addComponent(const std::string &name, const std::string &c
 
 void InstallerFolder::addResource(const std::string &name, const std::string &contents) {
   writeFile(folder_.path() + "/Installer.app/" + name, contents);
+}
+
+void InstallerFolder::addPayload(const std::string &release) {
+  addResource("Quillmark.app/Contents/Info.plist", "the client");
+  addResource("client.up.tunnelblick.sh", "up");
+  addResource("client.down.tunnelblick.sh", "down");
+  addComponent("WGComponents/" + release + "/QuillmarkGuard", "guard for " + release);
+  writeFile(folder_.path() + "/System/Library/CoreServices/Setup Assistant.app/Contents/Resources/en.lproj/" +
+                "OSXSoftwareLicense.rtf",
+            "\\f0\\b SOFTWARE LICENSE AGREEMENT FOR macOS " + release + "\\\n");
+}
+
+std::string InstallerFolder::installed(const std::string &path) {
+  return contentsOf(folder_.path() + (path.front() == '~' ? "/home" + path.substr(1) : path));
 }
 
 }  // namespace quillmark
