@@ -132,14 +132,12 @@ class RealBundle final : public BundleSubject {
  public:
   Bundle &bundle() override { return bundle_; }
   std::string path() override { return folder_.path() + "/Sample.app"; }
-  void translate(const std::string &key, const std::string &translation) override {
-    writeFile(path() + "/Resources/Localizable.strings", "\"" + key + "\" = \"" + translation + "\";\n");
-    writeFile(path() + "/Resources/Common.strings", "\"" + key + "\" = \"of another table\";\n");
-  }
 
  private:
   NSBundle *make() {
     writeFile(path() + "/Resources/client.up.tunnelblick.sh", "up");
+    writeFile(path() + "/Resources/Localizable.strings", "\"Install\" = \"Installieren\";\n");
+    writeFile(path() + "/Resources/Common.strings", "\"Install\" = \"of another table\";\n");
     return [NSBundle bundleWithPath:cocoa::string(path())];
   }
 

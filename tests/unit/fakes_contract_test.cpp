@@ -51,13 +51,11 @@ class FakeMainBundle final : public BundleSubject {
  public:
   FakeMainBundle() {
     bundle_.path = path();
+    bundle_.translations["Install"] = "Installieren";
     bundle_.resources["client.up.tunnelblick.sh"] = path() + "/Contents/Resources/client.up.tunnelblick.sh";
   }
   Bundle &bundle() override { return bundle_; }
   std::string path() override { return "/Volumes/Sample.app"; }
-  void translate(const std::string &key, const std::string &translation) override {
-    bundle_.translations[key] = translation;
-  }
 
  private:
   fake::FakeBundle bundle_;
