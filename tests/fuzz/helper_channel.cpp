@@ -1,7 +1,8 @@
 #include "helper-client/blessing.hpp"
 #include "helper-client/command_channel.hpp"
 
-#include "fuzz/errors.hpp"
+#include <cstdlib>
+
 #include "fuzz/subject.hpp"
 #include "install/helper_installation.hpp"
 #include "support/fake_mac.hpp"
@@ -9,6 +10,20 @@
 namespace quillmark::fuzz {
 
 namespace {
+
+/// The error that a text stands for: its code, in decimal, and then its domain.
+Error errorOf(const std::string &text) {
+  char *domain = nullptr;
+  const long code = std::strtol(text.c_str(), &domain, 10);
+  return {.domain = text.substr(static_cast<std::size_t>(domain - text.c_str())),
+          .code = code,
+          .localizedDescription = "not for the log"};
+}
+
+/// Its line in the log, with the low 32 bits of the code in two's complement.
+std::string lineOf(const Error &error) {
+  return "error " + error.domain + " / " + std::to_string(static_cast<std::int32_t>(error.code)) + "\n";
+}
 
 /// What the helper and its connection may do at any time, and what the installer must show of it.
 class Session {

@@ -11,6 +11,10 @@ namespace quillmark::fuzz {
 
 namespace {
 
+bool isASCII(const std::string &text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80U; });
+}
+
 bool isContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 /// Whether the bytes are one character of UTF-8, by what its first byte says of the number of bytes.

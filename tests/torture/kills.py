@@ -1,25 +1,34 @@
 """Runs that are disturbed, and the undisturbed run after each, which has to leave what a clean one leaves.
 
-All runs of a worker are managed ones in one session, so that each meets what the last has left: files, locks, daemons.
+All are managed runs in one session, so that each meets what the last has left: files, locks, daemons.
 """
 
 import contextlib
 import os
-import plistlib
 import re
+import shutil
 import signal
+import subprocess
+import sys
 import time
+import unittest
+from pathlib import Path
 
 from support.installer import CRITICAL, console_lines
 from support.interface import TITLE
-from support.waiting import Lines, until, within
-from torture import model
-from torture.cases import APPLICATION, DEFAULTS, Mismatch, compare, compare_trees
-from torture.place import Place, family, strangers
+from support.mac import BUILD, FONT_CACHE, GNUSTEP_FILES_OF_USER, GNUSTEP_TEMPORARY_FILES, MAC_ROOT, NOTHING_RUN, Mac
+from support.tree import differences, tree
+from support.waiting import Lines, ending_with_us, until, within
 
+FAULTS = BUILD / "tests/torture/faults.so"
+TOOLS = "/usr/local/bin"
 SIGNALS = [signal.SIGKILL, signal.SIGTERM, signal.SIGINT, signal.SIGHUP, signal.SIGABRT]
 # What Linux tells of a process is the first fifteen characters of its name.
 PROCESS = "Quillmark Installer"[:15]
+# GNUstep starts these once for all of the user's applications.
+DAEMONS = {"gdnc", "gpbs"}
+GNUSTEP_PREFERENCES = ["Library/Preferences/.GNUstepDefaults", "Library/Preferences/.GNUstepDefaults.lck"]
+X_SOCKETS = "private/tmp/.X11-unix"
 LAST_LINE = "-" * 19
 PAGE = os.sysconf("SC_PAGE_SIZE")
 # After so long somebody looks whether there is a window.
@@ -27,38 +36,28 @@ WINDOW_SECONDS = 3
 # A lock of GNUstep's that a killed run has left is broken after about 16 seconds.
 LONGEST_RUN_SECONDS = 60
 
-# Each line of the input is an order. "run" starts the installer as many times at once as it says, with a setting of the
-# environment if there is one; the output tells the exit statuses, and the mark comes behind all that was written. "fill"
-# leaves so many bytes free on the volume at a path, "free" gives all of them back.
-SESSION = r"""
-echo started
-while read -r order count detail; do
-  case $order in
-    fill) cat /dev/zero > "$detail/.filler"; truncate -s "-$count" "$detail/.filler"; echo filled; continue ;;
-    free) rm "$detail/.filler"; echo freed; continue ;;
-  esac
-  if [ "$detail" ]; then set -- /usr/bin/env $detail "$0"; else set -- "$0"; fi
-  statuses= children=
-  while [ "$count" -gt 0 ]; do "$@" </dev/null & children="$children $!"; count=$((count - 1)); done
-  for child in $children; do wait "$child"; statuses="$statuses $?"; done
-  printf '\nthe end of a run\n' >&2
-  echo $statuses
-done
-"""
+# Each line of the input is a command of the shell, which answers it with a line; "$0" is the installer.
+SESSION = 'echo started; while read -r order; do eval "$order"; done'
+END_OF_RUN = "the end of a run"
+
+
+class Mismatch(AssertionError):
+    """It did not end as it should; the message says how."""
 
 
 class Session:
-    """A place with an earlier installation, and runs of the installer in it."""
+    """A Mac with an earlier installation, on which runs are made. One of its folders may be a small volume."""
 
-    def __init__(self, desktop, small=None, faults=None):
+    def __init__(self, desktop, small=None):
         self.desktop = desktop
-        self.place = Place()
+        self.small = small
+        self.mac = Mac()
         try:
-            self.place.small = small and small(self.place)
-            self.faults = faults and self.place.bring(faults)
+            self.mac.set_defaults(teamID="T2", partnerID="P1")
+            shutil.copy(FAULTS, self.mac.at(TOOLS))
             self.start()
         except BaseException:
-            self.place.close()
+            self.mac.remove()
             raise
         try:
             self.note_clean()
@@ -67,12 +66,18 @@ class Session:
             raise
 
     def start(self):
-        place = self.place
-        place.at(f"{place.home}/Library/Preferences/Quillmark Installer.plist").write_bytes(plistlib.dumps(DEFAULTS))
-        self.process = place.start_program(self.desktop.name, ["/bin/sh", "-c", SESSION, *place.installer()], b"started\n")
+        volume = ["--small", self.small] if self.small else []
+        self.process = subprocess.Popen(
+            ending_with_us(sys.executable, str(MAC_ROOT), *map(str, self.mac.options), *volume, "--display",
+                           self.desktop.name, "--program", "/bin/sh", "--", "-c", SESSION, self.mac.places["installer"]),
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        if self.process.stdout.readline() != b"started\n":
+            _, errors = self.process.communicate()
+            raise (unittest.SkipTest if NOTHING_RUN in errors else RuntimeError)(errors.decode())
         self.errors, self.answers = Lines(self.process.stderr), Lines(self.process.stdout)
         self.asked = self.runs = 0
-        place.inside = next(number for number, name in family(self.process.pid) if name == "sh")
+        self.own = [name for _, name in family(self.process.pid)]
+        self.shell = next(number for number, name in family(self.process.pid) if name == "sh")
 
     def close(self):
         self.process.stdin.close()
@@ -80,56 +85,64 @@ class Session:
         self.process.wait()
         self.errors.close()
         self.answers.close()
-        self.place.close()
+        self.mac.remove()
 
-    def make_older(self):
-        """What an undisturbed run has to clear away."""
-        for folder in [APPLICATION, f"{self.place.home}{APPLICATION}", f"{self.place.home}/Quillmark_Components",
-                       f"{self.place.temporary}/QuillmarkGuard"]:
-            path = self.place.at(folder)
-            if path.parent.is_dir():
-                path.mkdir(exist_ok=True)
-                (path / "of an older release").write_text("old\n")
-        # They lie on the host as its files; inside they have to belong to the user.
-        self.place.give()
-
-    def order(self, order, count, detail=""):
+    def order(self, command):
         self.asked += 1
-        self.process.stdin.write(f"{order} {count} {detail}\n".encode())
+        self.process.stdin.write(f"{command}\n".encode())
         self.process.stdin.flush()
-
-    def fill(self, left):
-        """Leaves so many bytes free on the small volume."""
-        self.order("fill", left, self.place.small)
-        until(self.is_over, "the filling of the volume")
-
-    def free(self):
-        self.order("free", 0, self.place.small)
-        until(self.is_over, "the freeing of the volume")
-
-    def begin(self, count=1, setting=""):
-        """Starts a run, or several at once."""
-        self.runs += 1
-        self.first_line = len(self.errors.lines)
-        self.started = time.monotonic()
-        self.order("run", count, setting)
 
     def is_over(self):
         """Whether the last order has been carried out."""
         return len(self.answers.lines) >= self.asked
 
+    def do(self, command, what):
+        self.order(command)
+        until(self.is_over, what)
+
+    def make_older(self):
+        """What an undisturbed run has to clear away."""
+        home, temporary = self.mac.home_inside, self.mac.temporary_inside
+        folders = ["/Applications/Quillmark.app", f"{home}/Applications/Quillmark.app", f"{home}/Quillmark_Components",
+                   f"{temporary}/QuillmarkGuard"]
+        self.do(f"for folder in {' '.join(folders)}; do mkdir -p $folder && echo old > \"$folder/of an older release\"; done; "
+                "echo made", "an older installation")
+
+    def fill(self, left):
+        """Leaves so many bytes free on the small volume."""
+        filler = f"{self.small}/.filler"
+        self.do(f"cat /dev/zero > {filler} 2> /dev/null; truncate -s -{left} {filler}; echo filled", "the filling of the volume")
+
+    def free(self):
+        self.do(f"rm {self.small}/.filler; echo freed", "the freeing of the volume")
+
+    def begin(self, count=1, **setting):
+        """Starts a run, or several at once, with the faults' library where there is a setting for it."""
+        self.runs += 1
+        self.first_line = len(self.errors.lines)
+        self.started = time.monotonic()
+        words = [f"{name}={value}" for name, value in setting.items()]
+        words = ["/usr/bin/env", f"LD_PRELOAD={TOOLS}/{FAULTS.name}", *words] if words else []
+        self.order("children=; statuses=; " + f'{" ".join(words)} "$0" </dev/null & children="$children $!"; ' * count +
+                   'for child in $children; do wait "$child"; statuses="$statuses $?"; done; '
+                   f"printf '\\n{END_OF_RUN}\\n' >&2; echo $statuses")
+
     def finish(self):
         """Waits for the end of the run; answers with the exit statuses. Whoever does not end is killed, as -1."""
         hung = not within(LONGEST_RUN_SECONDS, self.is_over)
         if hung:
-            for installer in self.installers():
-                os.kill(installer, signal.SIGKILL)
+            self.signal(signal.SIGKILL)
         until(self.is_over, "the end of a killed run")
-        self.errors.until(lambda lines: lines.count("the end of a run") == self.runs, "the end of a run's output")
+        self.errors.until(lambda lines: lines.count(END_OF_RUN) == self.runs, "the end of a run's output")
         return [-1] if hung else list(map(int, self.answers.lines[self.asked - 1].split()))
 
     def installers(self):
         return [number for number, name in family(self.process.pid) if name == PROCESS]
+
+    def signal(self, number):
+        for installer in self.installers():
+            with contextlib.suppress(ProcessLookupError):
+                os.kill(installer, number)
 
     def output(self):
         return "\n".join(self.errors.lines[self.first_line:])
@@ -137,97 +150,113 @@ class Session:
     def console(self):
         return console_lines(self.errors.lines[self.first_line:])
 
+    def look(self):
+        """All that lies where the user may change something; not GNUstep's own files, nor the displays of the host."""
+        own = [f"{self.mac.home_inside}/{name}" for name in GNUSTEP_FILES_OF_USER + GNUSTEP_PREFERENCES]
+        own += [f"{self.mac.temporary_inside}/{name}" for name in GNUSTEP_TEMPORARY_FILES]
+        found = {}
+        for folder in ["Applications", "Users", "private/tmp", "private/var/folders"]:
+            # Through a process inside, who sees what lies on the small volume.
+            leave_out = [os.path.relpath(path.lstrip("/"), folder) for path in [*own, FONT_CACHE, X_SOCKETS]]
+            inside = tree(Path(f"/proc/{self.shell}/root", folder), leave_out)
+            found |= {f"{folder}/{path}": item for path, item in inside.items()}
+        return found
+
     def wait_for_rest(self):
         """Until what the installer started has come to an end as well."""
-        left = strangers(self.process.pid)
-        if left:
-            raise Mismatch(f"processes are left: {left}")
+        def left():
+            return [name for _, name in family(self.process.pid) if name not in DAEMONS] != self.own
 
-    def check_repair(self):
-        """An undisturbed run; a Mismatch unless it ends exactly as the model says, with nobody left."""
-        self.wait_for_rest()
-        before = self.place.before(defaults=DEFAULTS)
-        after = model.install(before)
-        self.begin()
+        if not within(5, lambda: not left()):
+            raise Mismatch(f"processes are left: {family(self.process.pid)}")
+
+    def expect(self, expected, what):
+        """Waits for the end of the run, which has to have these exit statuses."""
         statuses = self.finish()
-        # Under load runs take longer; a moment in the next is drawn from what the last took.
-        self.whole = time.monotonic() - self.started
-        self.slowest = max(self.slowest, self.whole)
+        if statuses != expected:
+            raise Mismatch(f"exit status of {what}: {statuses}, expected {expected}:\n{self.output()}")
         self.wait_for_rest()
-        compare(statuses, [0], "exit status of the undisturbed run")
-        compare(self.console(), after.console, "console")
-        found = self.place.items()
-        compare_trees(found, after.items)
-        compare_trees(found, self.clean)
 
     def note_clean(self):
-        """Learns what a clean run leaves, how long it takes and how many calls it makes."""
-        before = self.place.before(defaults=DEFAULTS)
-        self.begin(setting=self.ending(0, 0))
-        compare(self.finish(), [0], "exit status of the clean run")
-        self.whole, self.slowest = time.monotonic() - self.started, 0
-        self.calls = int(re.search(r"^(\d+) calls$", self.output(), re.MULTILINE)[1]) if self.faults else 0
-        self.wait_for_rest()
-        self.clean = self.place.items()
-        compare_trees(self.clean, model.install(before).items)
+        """Learns what a clean run leaves and says, how long it takes and how many calls it makes."""
+        self.begin(QUILLMARK_END="0:0")
+        self.expect([0], "the clean run")
+        self.whole = time.monotonic() - self.started
+        self.calls = int(re.search(r"^(\d+) calls$", self.output(), re.MULTILINE)[1])
+        self.clean, self.lines = self.look(), self.console()
 
-    def ending(self, number, call):
-        return f"LD_PRELOAD={self.faults} QUILLMARK_END={number}:{call}" if self.faults else ""
+    def check_repair(self):
+        """An undisturbed run; a Mismatch unless it leaves and says what a clean one does."""
+        self.wait_for_rest()
+        self.begin()
+        self.expect([0], "the undisturbed run")
+        # Under load runs take longer; a moment in the next is drawn from what the last took.
+        self.whole = time.monotonic() - self.started
+        different = differences(self.look(), self.clean)
+        if different or self.console() != self.lines:
+            raise Mismatch(f"found and expected: {different}\n{self.output()}")
+
+
+def family(process):
+    """The processes that live below a session's, as (number, name)."""
+    found = []
+    with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+        for children in Path(f"/proc/{process}/task").glob("*/children"):
+            for child in children.read_text().split():
+                with contextlib.suppress(FileNotFoundError, ProcessLookupError):
+                    found += [(int(child), Path(f"/proc/{child}/comm").read_text().rstrip("\n")), *family(child)]
+    return found
 
 
 def kill(session, rng):
-    """Ends a run by a signal at a random moment; answers with how far it had come, or None if it had ended already."""
+    """Ends a run by a signal at a random moment; answers with how far it had come."""
     session.make_older()
     number = rng.choice(SIGNALS)
     if rng.random() < 0.5:
         # At a call of the installation, which is short ...
-        session.begin(setting=session.ending(int(number), rng.randint(1, session.calls)))
+        session.begin(QUILLMARK_END=f"{int(number)}:{rng.randint(1, session.calls)}")
     else:
         # ... or at any time, which is mostly in AppKit's launch.
         session.begin()
         until(lambda: session.installers() or session.is_over(), "the installer's process")
         within(rng.uniform(0, session.whole), session.is_over)
-        for installer in session.installers():
-            with contextlib.suppress(ProcessLookupError):
-                os.kill(installer, number)
+        session.signal(number)
     statuses = session.finish()
     if statuses not in ([128 + number], [0]):
         raise Mismatch(f"{number.name} left the statuses {statuses} and these lines:\n{session.output()}")
     lines = session.console()
     session.check_repair()
     if statuses == [0]:
-        return None
+        return "after the end"
     return "at the end" if LAST_LINE in lines else "while installing" if lines else "in the launch"
 
 
-def double(session, rng):
+def pair(session, rng):
     """Two installers at once; answers with what they left, of which nobody promises that it is whole."""
     session.make_older()
     session.begin(count=2)
-    compare(session.finish(), [0, 0], "exit statuses of two installers at once")
-    session.wait_for_rest()
-    whole = session.place.items() == session.clean
+    session.expect([0, 0], "two installers at once")
+    whole = session.look() == session.clean
     session.check_repair()
     return "whole" if whole else "incomplete"
 
 
-def fill(session, rng):
+def full_volume(session, rng):
     """A run without enough space, and one when there is enough again."""
     session.make_older()
     session.fill(rng.randrange(12) * PAGE)
     session.begin()
-    compare(session.finish(), [0], "exit status of the run on the full volume")
-    session.wait_for_rest()
+    session.expect([0], "the run on the full volume")
     session.free()
     session.check_repair()
-    return session.place.small
+    return session.small
 
 
-def fault(session, rng):
+def failing_calls(session, rng):
     """A run in which calls fail; answers with how it ended."""
     session.make_older()
     one_in = rng.choice([2, 5, 10, 30, 100])
-    session.begin(setting=f"LD_PRELOAD={session.faults} QUILLMARK_FAULTS={rng.getrandbits(31)}:{one_in}")
+    session.begin(QUILLMARK_FAULTS=f"{rng.getrandbits(31)}:{one_in}")
     seen = None
     deadline = time.monotonic() + LONGEST_RUN_SECONDS
     while not within(WINDOW_SECONDS, session.is_over) and time.monotonic() < deadline:

@@ -15,10 +15,11 @@ SANITIZER_VARIABLES = ["ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "ASAN_SY
 
 @dataclass(frozen=True)
 class Mount:
-    """What lies at a path inside the root. A full one is a volume of its own without a free byte."""
+    """What lies at a path inside the root. A full one is a volume of its own without a free byte,
+    a small one has room for a few files."""
     inside: str
     host: Path
-    kind: str  # "read-only", "changeable" or "full"
+    kind: str  # "read-only", "changeable", "full" or "small"
 
 
 def environment(options):
@@ -64,6 +65,7 @@ def mounts(root, options):
     found += sanitizer_mounts()
     found += [Mount(inside, host_path(root, inside), "read-only") for inside in options.read_only]
     found += [Mount(inside, host_path(root, inside), "full") for inside in options.full]
+    found += [Mount(inside, host_path(root, inside), "small") for inside in options.small]
     found.sort(key=lambda mount: mount.inside)
     for mount in found:
         make_mount_point(root, mount)

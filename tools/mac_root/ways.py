@@ -15,6 +15,7 @@ from mac_root.assembly import GROUP_ID, USER_ID, Refusal, give
 BECOME_USER = [f"--reuid={USER_ID}", f"--regid={GROUP_ID}", "--clear-groups"]
 GIVE_UP_PRIVILEGES = ["--inh-caps=-all", "--bounding-set=-all"]
 PAGE = os.sysconf("SC_PAGE_SIZE")
+PAGES_OF_SMALL_VOLUME = 64
 PROOT_END_SECONDS = 5
 
 
@@ -48,6 +49,9 @@ class Bubblewrap:
                 arguments += ["--size", str(PAGE), "--perms", "0777", "--tmpfs", mount.inside,
                               "--perms", "0555", "--dir", f"{mount.inside}/.taken",
                               "--file", str(filler), f"{mount.inside}/.taken/space"]
+            elif mount.kind == "small":
+                size = str(PAGES_OF_SMALL_VOLUME * PAGE)
+                arguments += ["--size", size, "--perms", "0777", "--tmpfs", mount.inside]
             else:
                 arguments += ["--bind" if mount.kind == "changeable" else "--ro-bind", mount.host, mount.inside]
         return [*arguments, "--chdir", "/", "--", *self.change_user, *program], inherited
@@ -66,7 +70,7 @@ class BubblewrapAsRoot(Bubblewrap):
 
 
 class Proot:
-    """No namespace at all: system calls are traced and their paths replaced. Nothing can be read-only or full."""
+    """No namespace at all: system calls are traced and their paths replaced. Nothing can be read-only or full or small."""
     name = "proot"
     needs = ["proot", "setpriv"]
     needs_root = False
@@ -154,8 +158,8 @@ def find_obstacle(way, root, options, mounts, environment):
         return "only root can do that"
     if way.needs_root and not can_become_user():
         return f"there is no user {USER_ID} in this namespace, as /proc/self/uid_map shows"
-    if not way.can_restrict and (options.read_only or options.full):
-        return "cannot make anything read-only or full"
+    if not way.can_restrict and (options.read_only or options.full or options.small):
+        return "cannot make anything read-only or full or small"
     give(root, options, *way.owner())
     with tempfile.TemporaryFile() as errors:
         status = way.run(root, mounts, environment, ["/usr/bin/true"],
