@@ -69,7 +69,8 @@ class Session:
         volume = ["--small", self.small] if self.small else []
         self.process = subprocess.Popen(
             ending_with_us(sys.executable, str(MAC_ROOT), *map(str, self.mac.options), *volume, "--display",
-                           self.desktop.name, "--program", "/bin/sh", "--", "-c", SESSION, self.mac.places["installer"]),
+                           self.desktop.name, "--program", "/bin/sh", "--", "-c", SESSION,
+                           self.mac.places["installer"]),
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         if self.process.stdout.readline() != b"started\n":
             _, errors = self.process.communicate()
@@ -105,13 +106,14 @@ class Session:
         home, temporary = self.mac.home_inside, self.mac.temporary_inside
         folders = ["/Applications/Quillmark.app", f"{home}/Applications/Quillmark.app", f"{home}/Quillmark_Components",
                    f"{temporary}/QuillmarkGuard"]
-        self.do(f"for folder in {' '.join(folders)}; do mkdir -p $folder && echo old > \"$folder/of an older release\"; done; "
-                "echo made", "an older installation")
+        self.do(f"for folder in {' '.join(folders)}; do mkdir -p $folder; echo old > \"$folder/of an older release\"; "
+                "done; echo made", "an older installation")
 
     def fill(self, left):
         """Leaves so many bytes free on the small volume."""
         filler = f"{self.small}/.filler"
-        self.do(f"cat /dev/zero > {filler} 2> /dev/null; truncate -s -{left} {filler}; echo filled", "the filling of the volume")
+        self.do(f"cat /dev/zero > {filler} 2> /dev/null; truncate -s -{left} {filler}; echo filled",
+                "the filling of the volume")
 
     def free(self):
         self.do(f"rm {self.small}/.filler; echo freed", "the freeing of the volume")
