@@ -50,12 +50,11 @@ def lacking(resources, folder):
 
 def service(folder):
     """For each Mac that there is, a line that says whether it finds its component, by the name that it looks for."""
-    present = component_folders(folder)
     for release in releases.RELEASES:
         for processor in release.processors:
             wanted = release.folder(processor)
-            verdict = ("no name: an installation ends there" if not wanted else
-                       f"{wanted:15} {'served' if wanted in present else 'NOT SERVED'}")
+            served = "served" if (folder / GUARDS / wanted / "QuillmarkGuard").exists() else "NOT SERVED"
+            verdict = f"{wanted:15} {served}" if wanted else "no name: an installation ends there"
             yield f"{release.version:6} {processor:7} {verdict:36} {release.known}"
 
 
