@@ -115,7 +115,7 @@ class Release(PackedCopy):
         self.assert_refused("test_a_signed_bundle_has_both_digests_and_the_hardened_runtime", given=())
 
 
-class Refusals(PackedCopy):
+class RefusedDistributions(PackedCopy):
     def test_what_does_not_ship_is_named(self):
         components = self.copy / "components"
 

@@ -1,4 +1,4 @@
-"""What each of the ways has to do in which tools/mac-root runs a program."""
+"""What each of the ways has to do in which tools/mac-root runs a program, and which of them it takes."""
 
 import contextlib
 import os
@@ -16,6 +16,7 @@ from support.processes import child_of, processes_with
 from support.waiting import DEADLINE_SECONDS, until
 
 PLAIN_PYTHON = "/usr/bin/python3"
+ANN = "uid=501(ann) gid=20(staff) groups=20(staff)\n"
 
 
 class Way:
@@ -30,89 +31,50 @@ class Way:
     def command(self, *arguments, **options):
         return super().command("--way", self.name, *arguments, **options)
 
-    def test_the_user_is_an_ordinary_one(self):
+    def test_the_user_is_an_ordinary_one_who_has_just_logged_in_to_a_mac(self):
         self.assertEqual(self.inside("id; grep -E 'CapEff|NoNewPrivs' /proc/self/status"),
-                         "uid=501(ann) gid=20(staff) groups=20(staff)\nCapEff:\t0000000000000000\nNoNewPrivs:\t1\n")
-
-    def test_the_environment_is_that_of_a_fresh_login(self):
+                         f"{ANN}CapEff:\t0000000000000000\nNoNewPrivs:\t1\n")
         environment = self.environment(SECRET="1", GNUSTEP_CONFIG_FILE="/x", LC_ALL="C", LSAN_OPTIONS="verbosity=0")
         environment.pop("DISPLAY", None)
-        found = self.inside("env | sort", environment=environment).splitlines()
-        self.assertEqual(found, [
+        self.assertEqual(self.inside("env | sort; touch $XDG_CACHE_HOME/x", environment=environment).splitlines(), [
             "HOME=/Users/ann", "LANG=C.UTF-8", "LOGNAME=ann", "LSAN_OPTIONS=verbosity=0",
             "PATH=/usr/local/bin:/usr/bin:/bin:/usr/sbin:/sbin", "PWD=/", "TEMP=/private/var/folders/xx/T/",
             "TMPDIR=/private/var/folders/xx/T/", "USER=ann", "XDG_CACHE_HOME=/private/var/folders/xx/C"])
-        self.inside("touch $XDG_CACHE_HOME/x")
+        self.assertEqual(self.inside(f"uname -m; {RELEASE_COMMAND}; open x; cat $HOME/Library/Logs/open.log"),
+                         "arm64\nSonoma\nx\n")
 
-    def test_the_installer_gets_its_arguments_and_its_status_is_passed_on(self):
+    def test_arguments_streams_and_status_are_passed_on_and_nothing_else(self):
         result = self.mac_root("--", "-teamID", "a b", "--", "")
         self.assertEqual(result.stdout, f"installer {DOWNLOADS}/{EXECUTABLE}\n"
                                         "argument -teamID\nargument a b\nargument --\nargument \n")
-        self.assertEqual(result.stderr, "")
-        self.assertEqual(result.returncode, 7)
-
-    def test_the_streams_are_passed_through(self):
-        result = self.mac_root("--program", "/bin/sh", "--", "-c", "cat; echo trouble >&2", input="in and out")
-        self.assertEqual((result.stdout, result.stderr), ("in and out", "trouble\n"))
-
-    def test_what_the_caller_has_open_is_not_handed_on(self):
+        self.assertEqual((result.stderr, result.returncode), ("", 7))
+        result = self.mac_root("--program", "/bin/sh", "--", "-c", "cat; echo trouble >&2; kill -TERM $$", input="in")
+        self.assertEqual((result.stdout, result.stderr.splitlines()[0], result.returncode), ("in", "trouble", 143))
+        self.assertIn(self.mac_root("--program", "/Applications/None").returncode, [1, 127])
         descriptors = [os.open("/dev/null", os.O_RDONLY) for _ in range(9)]
         self.addCleanup(lambda: [os.close(descriptor) for descriptor in descriptors])
         # The last one is that of the folder itself.
         self.assertEqual(self.inside("ls /proc/self/fd", pass_fds=descriptors), "0\n1\n2\n3\n")
 
-    def test_a_program_that_a_signal_ends_has_the_status_of_a_shell(self):
-        self.assertEqual(self.mac_root("--program", "/bin/sh", "--", "-c", "kill -TERM $$").returncode, 143)
-
-    def test_a_program_that_is_not_there_is_reported(self):
-        result = self.mac_root("--program", "/Applications/None")
-        self.assertRegex(result.stderr, "/Applications/None: (No such file or directory|not found)")
-        self.assertIn(result.returncode, [1, 127])
-
-    def test_the_users_folders_can_be_changed(self):
-        self.assertEqual(self.inside("""
-            for folder in /Applications "$HOME" "$HOME/Applications" "$TMPDIR" /tmp; do
-              cp -R /etc/GNUstep "$folder/copy"
-              mv "$folder/copy" "$folder/moved"
-              stat -c '%U %n' "$folder/moved"
-              rm -r "$folder/moved"
-            done
-            """), "ann /Applications/moved\nann /Users/ann/moved\nann /Users/ann/Applications/moved\n"
-                  "ann /private/var/folders/xx/T//moved\nann /tmp/moved\n")
-
-    def test_what_lay_in_a_kept_root_can_be_changed(self):
+    def test_the_users_folders_can_be_changed_and_what_lay_in_a_kept_root_too(self):
         self.assemble()
         (self.root / "Applications/Old.app").mkdir()
         (self.root / "Applications/Old.app/file").touch()
-        self.inside("rm -r /Applications/Old.app", "--root", self.root)
-        self.assertEqual(os.listdir(self.root / "Applications"), [])
+        self.assertEqual(self.inside("""
+            rm -r /Applications/Old.app
+            for folder in /Applications "$HOME" "$HOME/Applications" "$TMPDIR" /tmp; do
+              cp -R /etc/GNUstep "$folder/copy"
+              mv "$folder/copy" "$folder/moved"
+              stat -c '%U' "$folder/moved"
+              rm -r "$folder/moved"
+            done
+            """, "--root", self.root), "ann\n" * 5)
 
     def test_the_host_is_not_seen(self):
         listed = self.inside("ls /; ls -a /Users /private/etc/passwd; ls -d /root /home /run || true").split()
         self.assertIn("Applications", listed)
         for name in ["root", "/root", "/home", "/run"]:
             self.assertNotIn(name, listed)
-
-    def test_the_system_commands_answer_like_those_of_the_mac(self):
-        self.assertEqual(self.inside(f"uname -m; {RELEASE_COMMAND}; open x; cat $HOME/Library/Logs/open.log"),
-                         "arm64\nSonoma\nx\n")
-
-    def test_an_x_server_can_be_reached_by_its_socket_file(self):
-        for program in ["Xvfb", "xdpyinfo"]:
-            if not shutil.which(program):
-                self.skipTest(f"{program} is not installed")
-        reading, writing = os.pipe()
-        # Without its second socket, which has no file and can be reached from anywhere on the machine. That one also
-        # tells servers that look for a number which are taken, so this server has a number of its own. It does not
-        # reset when a client leaves, which would cost the next one its connection.
-        server = subprocess.Popen(["Xvfb", f":{1000 + os.getpid() % 50000}", "-displayfd", str(writing), "-nolisten",
-                                   "local", "-noreset"], pass_fds=[writing], stderr=subprocess.DEVNULL)
-        self.addCleanup(server.wait)
-        self.addCleanup(server.terminate)
-        os.close(writing)
-        with open(reading, encoding="ascii") as number:
-            display = ":" + number.readline().strip()
-        self.assertIn(f"name of display:    {display}", self.inside("xdpyinfo", "--display", display))
 
     def test_a_daemon_that_is_left_behind_is_ended_and_the_root_is_removed(self):
         self.addCleanup(self.end_marked)
@@ -186,74 +148,37 @@ class RestrictingWay(Way):
         self.assertEqual(tool.wait(DEADLINE_SECONDS), 137)
         until(lambda: not processes_with(self.mark()), "the end of the program and its daemons")
 
-    def test_the_system_is_read_only(self):
-        self.assertEqual(self.inside("""
-            for folder in / /System /Library /Users /etc /usr /usr/local/bin; do
-              touch "$folder/x" 2>/dev/null && echo "$folder can be written to"
+    def test_what_is_read_only(self):
+        self.assertEqual(self.inside(f"""
+            mkdir "$HOME/Quillmark_Components/x" 2> /dev/null || rmdir "$HOME/Quillmark_Components" 2> /dev/null || :
+            for folder in / /System /Library /Users /etc /usr /usr/local/bin {RELOCATED_FOLDER} /Applications/Old.app \\
+                "$HOME/Quillmark_Components"; do
+              touch "$folder/x" 2> /dev/null && echo "$folder can be written to"
             done
-            true"""), "")
-
-    def test_the_relocated_copy_is_read_only(self):
-        self.assertIn("Read-only file system",
-                      self.inside(f"cd {RELOCATED_FOLDER}; touch x 2>&1 || true", "--relocated"))
-
-    def test_a_read_only_folder_refuses_writing_and_removing(self):
-        self.assemble()
-        (self.root / "Applications/Old.app").mkdir()
-        (self.root / "Applications/Old.app/file").touch()
-        found = self.inside("""
-            touch /Applications/New.app
-            ! rm -r /Applications/Old.app 2>&1
-            ! mkdir "$HOME/Quillmark_Components/x" 2>&1
-            ! rmdir "$HOME/Quillmark_Components" 2>&1
-            """, "--root", self.root, "--read-only", "/Applications/Old.app",
-            "--read-only", "/Users/ann/Quillmark_Components")
-        self.assertEqual([line.rpartition(": ")[2] for line in found.splitlines()],
-                         ["Read-only file system"] * 2 + ["Device or resource busy"])
-        self.assertEqual(sorted(os.listdir(self.root / "Applications")), ["New.app", "Old.app"])
-        self.assertEqual(os.listdir(self.root / "Applications/Old.app"), ["file"])
-
-    def test_a_link_cannot_be_made_read_only_instead_of_what_it_leads_to(self):
+            touch /Applications/New.app""", "--relocated", "--read-only", "/Applications/Old.app",
+            "--read-only", "/Users/ann/Quillmark_Components"), "")
         self.assemble()
         (self.root / "Users/ann/link").symlink_to("/usr")
         result = self.mac_root("--root", self.root, "--read-only", "/Users/ann/link")
         self.assert_refused(result, "leads out of the root", status=125)
 
-    def test_a_full_folder_has_no_room_even_when_it_is_emptied(self):
-        found = self.inside("""
+    def test_a_full_folder_has_no_room_even_when_it_is_emptied_and_what_is_read_only_may_lie_in_it(self):
+        lines = self.inside("""
             for folder in /Applications "$HOME/Quillmark_Components"; do
               ls "$folder"
-              mkdir "$folder/App.app"
-              cp /etc/GNUstep/GNUstep.conf "$folder/App.app" 2>&1 || true
-              rm -r "$folder/App.app"
-              rm -r "$folder/.taken" 2>/dev/null || true
+              cp /etc/GNUstep/GNUstep.conf "$folder" 2>&1 || true
+              rm -r "$folder/GNUstep.conf" "$folder/.taken" 2>/dev/null || true
               dd if=/etc/hosts of="$folder/small" status=none 2>&1 || true
-            done""", "--full", "/Applications/", "--full", "/Users/ann/Quillmark_Components")
-        lines = found.splitlines()
-        self.assertEqual(len(lines), 4, found)
-        for line in lines:
-            self.assertIn("No space left on device", line)
-
-    def test_a_full_temporary_folder_hides_what_lay_there(self):
-        self.assemble()
-        (self.root / "private/var/folders/xx/T/old").touch()
-        self.assertEqual(self.inside("ls $TMPDIR", "--root", self.root, "--full", "/var/folders/xx/T"), "")
-
-    def test_a_read_only_folder_may_lie_in_a_full_one(self):
-        self.assertIn("Read-only", self.inside("touch /Applications/Old.app/x 2>&1 || true",
-                                               "--full", "/Applications", "--read-only", "/Applications/Old.app"))
+            done
+            touch /Applications/Old.app/x 2>&1 || true""", "--full", "/Applications/",
+            "--full", "/Users/ann/Quillmark_Components", "--read-only", "/Applications/Old.app").splitlines()
+        self.assertEqual([line.rpartition(": ")[2] for line in lines],
+                         ["Old.app", *["No space left on device"] * 4, "Read-only file system"], lines)
 
 
 class BubblewrapWay(RestrictingWay, MacRootTest):
     name = "bubblewrap"
     obstacle = staticmethod(obstacle_of_bubblewrap)
-
-    def test_it_is_the_way_that_is_taken_without_a_word(self):
-        result = subprocess.run([*MacRootTest.command(self), "--program", "/bin/sh", "--", "-c",
-                                 "cat /proc/self/uid_map"],
-                                env=self.environment(), capture_output=True, text=True, check=True)
-        self.assertEqual(result.stdout.split(), ["501", str(os.geteuid()), "1"])
-        self.assertEqual(result.stderr, "")
 
     def test_ctrl_c_at_a_terminal_ends_everything(self):
         process, terminal = pty.fork()
@@ -272,20 +197,12 @@ class BubblewrapAsRootWay(RestrictingWay, MacRootTest):
     name = "bubblewrap-as-root"
     obstacle = staticmethod(obstacle_of_bubblewrap_as_root)
 
-    def test_no_namespace_of_users_is_made(self):
+    def test_no_namespace_of_users_is_made_and_the_groups_of_root_are_left_behind(self):
         self.assertEqual(self.inside("readlink /proc/self/ns/user").strip(), os.readlink("/proc/self/ns/user"))
+        self.assertEqual(self.inside("id -G", prefix=["setpriv", "--groups", "0,4,27"]), "20\n")
 
     def test_it_works_for_an_ordinary_user(self):
         self.assert_refused(self.run_by_an_ordinary_user(), "bubblewrap-as-root: only root can do that", status=125)
-
-    def test_the_groups_of_root_are_left_behind(self):
-        self.assertEqual(self.inside("id -G", prefix=["setpriv", "--groups", "0,4,27"]), "20\n")
-
-    def test_a_root_can_go_from_one_way_to_the_other(self):
-        for way in [BubblewrapWay, BubblewrapAsRootWay, BubblewrapWay]:
-            if not way.obstacle():
-                self.inside("touch /Applications/x; rm /Applications/x; mkdir -p $HOME/y; touch $HOME/y/x",
-                            "--root", self.root, "--way", way.name)
 
 
 class ProotWay(Way, MacRootTest):
@@ -299,3 +216,39 @@ class ProotWay(Way, MacRootTest):
         tool.terminate()
         tool.wait(DEADLINE_SECONDS)
         self.assertEqual(list(Path("/tmp").glob(f"prooted-{proot}-*")), [])
+
+
+class Choice(MacRootTest):
+    """Which way is taken, with a bwrap that is missing or refuses what a machine may refuse."""
+
+    def choose(self, bwrap, *options):
+        programs = self.folder / "programs"
+        programs.mkdir()
+        for name in ["proot", "setpriv"]:
+            if shutil.which(name):
+                (programs / name).symlink_to(shutil.which(name))
+        if bwrap:
+            (programs / "bwrap").write_text(bwrap)
+            (programs / "bwrap").chmod(0o755)
+        return self.mac_root(*options, "--program", "/usr/bin/id", environment=self.environment(PATH=str(programs)))
+
+    def test_root_does_without_a_namespace_of_users_and_says_why(self):
+        if obstacle_of_bubblewrap_as_root():
+            self.skipTest(obstacle_of_bubblewrap_as_root())
+        result = self.choose(f"#!/bin/sh\ncase $* in *--unshare-user*) echo no users >&2; exit 1; esac\n"
+                             f'exec {shutil.which("bwrap")} "$@"\n')
+        self.assertEqual((result.stdout, result.stderr), (
+            ANN, "mac-root: falling back to bubblewrap-as-root:\n  bubblewrap: no users\n"))
+
+    def test_proot_is_the_last_and_cannot_make_anything_full(self):
+        if obstacle_of_proot():
+            self.skipTest(obstacle_of_proot())
+        result = self.choose(None)
+        self.assertEqual(result.stdout, ANN, result.stderr)
+        self.assertIn("mac-root: falling back to proot:\n  bubblewrap: bwrap is not installed\n", result.stderr)
+        shutil.rmtree(self.folder / "programs")
+        self.assert_refused(self.choose(None, "--full", "/Applications"), "proot: cannot make anything", status=125)
+
+    def test_a_way_that_was_asked_for_is_not_replaced_and_nothing_is_left(self):
+        self.assert_refused(self.choose(None, "--way", "bubblewrap"), "bubblewrap: bwrap is not installed", status=125)
+        self.assert_left_nothing()
