@@ -1,5 +1,6 @@
 """Looks at the slices of the shipped executable: targets, libraries, imports, signature, size, texts."""
 
+import functools
 import re
 import stat
 import unittest
@@ -45,6 +46,15 @@ def slice_for_os_x_10_8(test):
     if product.comparable(oldest) >= (10, 13):
         test.skipTest(f"the Intel slice is for macOS {oldest}")
     return product.slices()["x86_64"]
+
+
+def only_if_signed(check):
+    @functools.wraps(check)
+    def test(self):
+        if not product.is_signed_bundle():
+            self.skipTest("the bundle is not signed")
+        check(self)
+    return test
 
 
 class Slices(unittest.TestCase):
@@ -225,7 +235,7 @@ class Signature(unittest.TestCase):
             if not product.is_signed_bundle():
                 self.assertTrue(directory.flags & macho.ADHOC, "ad-hoc signature")
 
-    @unittest.skipUnless(product.is_signed_bundle(), "the bundle is not signed")
+    @only_if_signed
     @product.for_each_slice
     def test_a_signed_bundle_has_both_digests_and_the_hardened_runtime(self, one):
         directories = one.code_directories()
@@ -235,7 +245,7 @@ class Signature(unittest.TestCase):
             self.assertTrue(directory.flags & macho.HARDENED_RUNTIME, "hardened runtime")
             self.assertFalse(directory.flags & macho.ADHOC, "signed by nobody")
 
-    @unittest.skipUnless(product.is_signed_bundle(), "the bundle is not signed")
+    @only_if_signed
     @product.for_each_slice
     def test_a_signed_bundle_has_no_entitlement_that_would_open_the_hardened_runtime(self, one):
         self.assertEqual([hex(kind) for kind in one.entitlements()], [])
