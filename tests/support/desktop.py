@@ -4,14 +4,15 @@ import os
 import re
 import shutil
 import subprocess
-import tempfile
 import unittest
 from pathlib import Path
 from typing import NamedTuple
 
+from support import REPOSITORY
 from support.picture import Area, read_window_dump
 from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, until, within
 
+WITH_DISPLAY = REPOSITORY / "tools/with-display"
 WIDTH, HEIGHT = 1024, 768
 PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
             "xprop": "x11-utils", "xwininfo": "x11-utils", "xclip": "xclip", "setpriv": "util-linux"}
@@ -35,7 +36,6 @@ class Desktop:
                    if not shutil.which(program)]
         if missing:
             raise unittest.SkipTest("no virtual display without " + ", ".join(missing))
-        self.folder = Path(tempfile.mkdtemp(prefix="desktop-"))
         self.processes = []
         self.marks = 0
         try:
@@ -45,15 +45,12 @@ class Desktop:
             raise
 
     def start(self):
-        number, end = os.pipe()
-        self.run_in_background("Xvfb", "-displayfd", str(end), "-screen", "0", f"{WIDTH}x{HEIGHT}x24",
-                               "-fbdir", str(self.folder), "-nocursor", "-nolisten", "tcp", "-noreset", pass_fds=[end])
-        os.close(end)
-        with open(number, encoding="ascii") as line:
-            display = line.readline().strip()
-        if not display:
+        # It ends with its standard input, and so with us.
+        self.display = subprocess.Popen([WITH_DISPLAY, "sh", "-c", 'echo "$DISPLAY $QUILLMARK_SCREEN"; exec cat'],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        self.name, _, self.screen = self.display.stdout.readline().rstrip("\n").partition(" ")
+        if not self.name:
             raise unittest.SkipTest("Xvfb cannot open a display here")
-        self.name = f":{display}"
         self.environment = {**os.environ, "DISPLAY": self.name}
 
         recorder = self.run_in_background("xev", "-root", "-event", "substructure", "-event", "property",
@@ -65,15 +62,13 @@ class Desktop:
         self.first_event = len(self.recorded_events())
 
     def close(self):
-        # Not killed, so that the X server takes its socket away.
         for process in reversed(self.processes):
             process.terminate()
             process.wait()
-        shutil.rmtree(self.folder)
+        self.display.communicate()
 
     def run_in_background(self, *command, stdout=subprocess.DEVNULL, **options):
-        environment = getattr(self, "environment", None)
-        process = subprocess.Popen(ending_with_us(*command), env=environment, stdin=subprocess.DEVNULL, stdout=stdout,
+        process = subprocess.Popen(ending_with_us(*command), env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout,
                                    stderr=subprocess.DEVNULL, **options)
         self.processes.append(process)
         return process
@@ -90,7 +85,7 @@ class Desktop:
     # Screen
 
     def picture(self):
-        return read_window_dump(self.folder / "Xvfb_screen0")
+        return read_window_dump(Path(self.screen))
 
     def picture_at_rest(self):
         """The screen once it does not change any more."""
