@@ -1,32 +1,38 @@
-"""The road of an administrator from the first check to the last."""
+"""The road of an administrator of a fleet, from the package to the removal."""
 
-from support.case import MANAGED_MARKER
-from support.fleet import BOTH, STANDARD, FleetTest
+from support.fleet import AGENT, CLIENT, KIT, PEOPLE, RECEIPT, FleetTest
+from support.tree import differences, tree
 
 
 class Road(FleetTest):
-    """An administrator's whole road, with Debian's shell and with bash in its POSIX mode, which is a Mac's /bin/sh."""
+    def go(self, **options):
+        mac = self.mac(**options)
+        before = mac.everything_else()
+        mac.log_out("bob")
+        self.assert_status(mac.install_package(), 0)
+        report = mac.run("status")
+        self.assert_verdict(report, "not-installed")
+        for name, verdict in [("adam", "complete"), ("ann", "complete"), ("bob", "not-installed")]:
+            self.assertEqual(report.of(name)["verdict"], verdict, mac.log_of("ann"))
+        return mac, before
 
-    def go(self, mac, *shell):
-        self.assert_status(mac.check(*BOTH, shell=shell), 1)
-        self.assert_status(mac.install(*BOTH, shell=shell), 0)
-        self.assert_status(mac.check(*BOTH, shell=shell), 0)
-        self.assert_status(mac.install(*BOTH, shell=shell), 0)
-        self.assert_installed(mac, marker=MANAGED_MARKER)
-        self.assert_status(mac.run("remove.sh", shell=shell), 0)
-        self.assert_status(mac.check(*BOTH, shell=shell), 1)
-        self.assert_status(mac.install("--team", "Pé", "--partner", "P1", shell=shell), 64)
-        mac.leave_screen()
-        self.assert_status(mac.install(*BOTH, shell=shell), 75)
-
-    def test_of_an_administrators_mac(self):
-        self.go(self.mac(), "/bin/sh")
-
-    def test_of_an_administrators_mac_with_bash(self):
-        self.go(self.mac(), "/bin/bash", "--posix")
-
-    def test_of_a_standard_users_mac(self):
-        self.go(self.mac(groups=STANDARD), "/bin/sh")
-
-    def test_of_a_standard_users_mac_with_bash(self):
-        self.go(self.mac(groups=STANDARD), "/bin/bash", "--posix")
+    def test_of_the_package_to_everybody_and_away_again(self):
+        mac, before = self.go()
+        self.assertEqual((mac.at("/Users/ann/Quillmark_Components/installationHelper.txt").read_bytes()), b"Rmm\nP1\nT2\nyes")
+        client = mac.at(f"{KIT}/Quillmark Installer.app/Contents/Resources/Quillmark.app")
+        self.assertEqual(differences(tree(mac.at("/Users/ann/Applications/Quillmark.app")), tree(client)), {})
+        mac.log_in("bob")
+        self.assert_status(mac.at_login("bob"), 0)
+        self.assert_verdict(mac.run("status"), "complete")
+        self.assert_status(mac.at_login("bob"), 0)
+        self.assertIn("everything of this person is there", mac.log_of("bob"))
+        mac.log_out("bob")
+        self.assert_status(mac.install_package("1.1"), 0)
+        report = mac.run("status")
+        self.assertEqual([report.of(name)["verdict"] for name in PEOPLE], ["complete", "complete", "older-version"])
+        self.assertIn("kit=1.1\npackage=1.1\n", report.output)
+        self.assert_status(mac.run("remove"), 0)
+        for item in [AGENT, CLIENT, KIT, RECEIPT, *(f"/Users/{name}/Quillmark_Components" for name in PEOPLE),
+                     *(f"/Users/{name}/Applications/Quillmark.app" for name in PEOPLE)]:
+            self.assertFalse(mac.at(item).exists(), item)
+        self.assertEqual(differences(mac.everything_else(), before), {})

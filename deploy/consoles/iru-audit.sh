@@ -1,0 +1,2 @@
+#!/bin/sh
+exec '/Library/Application Support/Quillmark Installer/status' --at-screen

@@ -1,1 +1,0 @@
-# Made by tools/make-fleet-kit from deploy/src; a change belongs there.

@@ -1,7 +1,0 @@
-# stop STATUS REASON
-stop() {
-  stopStatus=$1
-  shift
-  say "$*"
-  exit "$stopStatus"
-}
