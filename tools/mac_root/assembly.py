@@ -55,8 +55,7 @@ def downloads(options):
 
 
 def changeable_folders(options):
-    shared = ["/Library", "/Users"] if options.stand_ins else []
-    return [APPLICATIONS, home_folder(options), "/private/tmp", "/private/var", *shared]
+    return [APPLICATIONS, home_folder(options), "/private/tmp", "/private/var"]
 
 
 def installer_folder(options):
@@ -88,8 +87,6 @@ def check(options):
     if not options.security.is_file():
         raise Refusal(f"the Security framework's stand-in {options.security} is missing; build first, "
                       "or name the built file with --security")
-    if options.stand_ins and not options.stand_ins.is_dir():
-        raise Refusal(f"the stand-ins {options.stand_ins} are not a folder")
     if not os.access(AWK, os.X_OK):
         raise Refusal(f"{AWK} is missing; install the package original-awk")
 
@@ -120,7 +117,6 @@ def assemble(root, options):
     write_appkit_version(root, options)
     write_security_framework(root, options)
     write_tools(root, options)
-    copy_stand_ins(root, options)
     make_home(root, options)
     make_folder(root, options.temporary).chmod(0o700)  # as on a Mac; GNUstep uses no other
     copy_distribution(root, options)
@@ -228,17 +224,6 @@ printf '%s\\n' "$*" >> "$HOME/Library/Logs/open.log"
 exit 0
 """, executable=True)
     link(root, f"{TOOLS}/awk", AWK)
-
-
-def copy_stand_ins(root, options):
-    if not options.stand_ins:
-        return
-    remove(root / "bin")
-    copy(options.stand_ins, root / "bin")
-    for shell in ["sh", "bash"]:
-        link(root, f"/bin/{shell}", f"/usr/bin/{shell}")
-    for tool in host_path(root, TOOLS).iterdir():
-        link(root, f"/bin/{tool.name}", f"{TOOLS}/{tool.name}")
 
 
 def make_home(root, options):

@@ -81,7 +81,7 @@ class Proot:
 
     def run(self, root, mounts, environment, program, **streams):
         # proot lives on as long as any daemon that the program left behind, so the status comes by a pipe. Not by bash,
-        # which would add to the program's environment. In /usr, for with stand-ins /bin is a folder of the root.
+        # which would add to the program's environment.
         report, end = os.pipe()
         reporting = ["/usr/bin/dash", "-c", f'"$@" {end}>&-; echo $? >&{end}', "dash", *program]
         process = subprocess.Popen(self.command(root, mounts, reporting), env=environment, pass_fds=[end],
