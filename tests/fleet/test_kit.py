@@ -19,7 +19,7 @@ class Shells(FleetTest):
         self.assertEqual(report.errors, "")
         told = json.loads(report.output)
         self.assertEqual([person["verdict"] for person in told["people"]], ["complete", "other-identifiers", "complete"])
-        self.assertEqual(mac.run("status", "--for-release", "Big Sur").of("bob")["component_expected"], "osIntel")
+        self.assertEqual(mac.run("status", "--for-release", "Big Sur").of("bob")["component_expected"], "osM1")
         login = mac.at_login("ann")
         self.assertEqual((login.status, login.errors), (0, ""))
         self.assert_verdict(mac.run("status", user="ann"), "complete")
@@ -91,7 +91,7 @@ class Verdicts(FleetTest):
     def test_of_another_release_are_told_before_the_upgrade(self):
         mac = self.furnished_mac()
         for release, verdict, component in [("Sonoma", "complete", "Sonoma"), ("Sequoia", "incomplete", "Sequoia"),
-                                            ("Big Sur", "incomplete", "osIntel"), ("Tahoe", "cannot", "Tahoe")]:
+                                            ("Big Sur", "incomplete", "osM1"), ("Tahoe", "cannot", "Tahoe")]:
             report = mac.run("status", "--for-release", release)
             self.assert_verdict(report, verdict)
             self.assertEqual(report.of("ann")["component_expected"], component)

@@ -76,7 +76,8 @@ class FleetMac(Mac):
         (self.root / "bin").unlink()
         shutil.copytree(STAND_INS, self.root / "bin")
         (self.root / "bin/sh").symlink_to(shutil.which(self.shell))
-        (self.root / "bin/uname").symlink_to("/usr/local/bin/uname")
+        # What mac-root has made for this, under what hides it here.
+        shutil.copy(self.root / "usr/local/bin/uname", self.root / "bin/uname")
         self.write("/private/etc/passwd", "root:x:0:0:root:/private/var/root:/bin/sh\n" + "".join(
             f"{name}:x:{NUMBERS[name]}:{STAFF}:{name}:/Users/{name}:/bin/sh\n" for name in PEOPLE))
         self.write("/private/etc/group", f"wheel:x:0:\nstaff:x:{STAFF}:\nadmin:x:{ADMIN}:root,adam\n")
