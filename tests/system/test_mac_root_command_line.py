@@ -57,7 +57,6 @@ class RefusedRoots(MacRootTest):
                 ("none is not a folder", "--distribution", "/none"),
                 ("holds no program Quillmark Installer.app/Contents", "--distribution", folder_as_program),
                 ("holds no components", "--distribution", without_components),
-                ("the stand-ins /none are not a folder", "--stand-ins", "/none"),
                 ("none is missing; build first", "--security", "/none")]:
             with self.subTest(reason):
                 self.assert_refused(self.mac_root("--root", self.root, *words), reason, status=125)

@@ -69,16 +69,6 @@ class MacShape(MacRootTest):
         self.assertEqual(self.inside(f'ls "{DOWNLOADS}"', "--components", "missing"), f"{INSTALLER}\n")
         self.assertEqual(self.inside(f'stat -c %F "{DOWNLOADS}/components"', "--components", "file"), "regular file\n")
 
-    def test_stand_ins_lie_in_bin_and_let_an_administrator_change_everybodys_folders(self):
-        stand_ins = self.folder / "stand-ins"
-        stand_ins.mkdir()
-        (stand_ins / "id").write_text("#!/bin/sh\necho 0\n")
-        (stand_ins / "id").chmod(0o755)
-        self.assertEqual(self.inside("id -u; PATH=/bin; id -u; uname -m; type awk; /usr/bin/mkdir /Library/x /Users/ben",
-                                     "--stand-ins", stand_ins, "--root", self.root),
-                         "501\n0\narm64\nawk is /bin/awk\n")
-        self.assertEqual(self.inside("readlink /bin", "--root", self.root), "usr/bin\n")
-
     def test_the_callers_display_and_the_files_that_sanitizers_name_are_handed_on(self):
         authority, suppressions = self.folder / "authority", self.folder / "lsan.supp"
         authority.write_text("cookie\n")
