@@ -1,11 +1,12 @@
-# quillmark_add_python_tests(KIND [ALL] [FOLDER FOLDER] [MODULES MODULE ...] [PROPERTIES NAME VALUE ...])
+# quillmark_add_python_tests(KIND [ALL] [FOLDER FOLDER] [MODULES MODULE ...] [ONLY PATTERN] [PROPERTIES NAME VALUE ...])
 #
 # Adds each test method of tests/FOLDER/MODULE.py as KIND.Class.test_method, so that ctest can run several at a time and
 # name what failed. FOLDER is KIND unless it is given, and lies in "tools" if it does not in "tests". Without MODULES they
-# are all of tests/FOLDER/test_*.py. The label is KIND, and with ALL also "all": then only "./test --all" runs them. The
-# properties are those of set_tests_properties. The tests run in the folder "tests", where they find "support".
+# are all of tests/FOLDER/test_*.py; with ONLY those of them whose names match it. The label is KIND, and with ALL
+# also "all": then only "./test --all" runs them. The properties are those of set_tests_properties. The tests run in the
+# folder "tests", where they find "support".
 function(quillmark_add_python_tests kind)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "ALL" "FOLDER" "MODULES;PROPERTIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "ALL" "FOLDER;ONLY" "MODULES;PROPERTIES")
   if(arg_UNPARSED_ARGUMENTS)
     message(FATAL_ERROR "quillmark_add_python_tests: what is ${arg_UNPARSED_ARGUMENTS}?")
   endif()
@@ -44,7 +45,9 @@ function(quillmark_add_python_tests kind)
   string(REPLACE "\n" ";" found "${found}")
   foreach(test IN LISTS found)
     string(REGEX REPLACE "^${arg_FOLDER}\\.[^.]+" "${kind}" name ${test})
-    quillmark_add_python_test(${name} ${test} ${all} PROPERTIES LABELS ${kind} ${arg_PROPERTIES})
+    if(NOT arg_ONLY OR name MATCHES "${arg_ONLY}")
+      quillmark_add_python_test(${name} ${test} ${all} PROPERTIES LABELS ${kind} ${arg_PROPERTIES})
+    endif()
   endforeach()
 endfunction()
 

@@ -1,22 +1,20 @@
-#include "slice/loader.hpp"
-
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <ucontext.h>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <utility>
 
+#include "constants.hpp"
+#include "slice/loader.hpp"
+
 namespace quillmark::slice {
 
 namespace {
 
-constexpr std::uint8_t breakpoint = 0xcc;
-
 std::vector<std::uintptr_t> starts;
-std::vector<std::uint8_t> firstBytes;
+std::vector<Instruction> firstInstructions;
 
 struct Record {
   std::uint32_t size, entered;
@@ -25,14 +23,15 @@ struct Record {
 std::span<Record> records;
 
 void enter(int, siginfo_t *, void *context) {
-  auto &next = static_cast<ucontext_t *>(context)->uc_mcontext.gregs[REG_RIP];
-  const auto start = static_cast<std::uintptr_t>(next) - 1;
+  auto &next = programCounter(*static_cast<ucontext_t *>(context));
+  const auto start = static_cast<std::uintptr_t>(next) - stopsBehindBreakpoint;
   const auto found = std::ranges::lower_bound(starts, start);
   if (found == starts.end() || *found != start) std::abort();  // somebody else's breakpoint
   const auto number = static_cast<std::size_t>(found - starts.begin());
-  *reinterpret_cast<std::uint8_t *>(start) = firstBytes[number];
+  *reinterpret_cast<Instruction *>(start) = firstInstructions[number];
+  __builtin___clear_cache(reinterpret_cast<char *>(start), reinterpret_cast<char *>(start + sizeof(Instruction)));
   records[number].entered = 1;
-  --next;
+  next = start;
 }
 
 }  // namespace
@@ -57,7 +56,7 @@ void recordCoverage(const Image &image) {
   mprotect(reinterpret_cast<void *>(image.base), end - image.base, PROT_READ | PROT_WRITE | PROT_EXEC);
   for (std::size_t i = 0; i < starts.size(); ++i) {
     records[i].size = static_cast<std::uint32_t>((i + 1 < starts.size() ? starts[i + 1] : end) - starts[i]);
-    firstBytes.push_back(std::exchange(*reinterpret_cast<std::uint8_t *>(starts[i]), breakpoint));
+    firstInstructions.push_back(std::exchange(*reinterpret_cast<Instruction *>(starts[i]), breakpoint));
   }
 }
 

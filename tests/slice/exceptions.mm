@@ -11,6 +11,8 @@
 
 #include <map>
 
+#include "constants.hpp"
+
 namespace quillmark::slice {
 
 namespace {
@@ -50,10 +52,16 @@ Function *cxxFunction(const char *name) {
 }  // namespace
 
 void *cxxSymbol(const char *name) {
-  // It finds its own symbols first. Else those of libstdc++ would mix in, which the stand-ins bring into the process.
-  static void *const library = dlopen("libc++.so.1", RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
-  if (library == nullptr) refuse(dlerror());
-  return dlsym(library, name);
+  // They find their own symbols first. Else those of libstdc++ would mix in, which the stand-ins bring into the process.
+  static void *const libraries = [] {
+    void *last = nullptr;
+    for (const char *library : cxxLibraries) {
+      last = dlopen(library, RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
+      if (last == nullptr) refuse(dlerror());
+    }
+    return last;
+  }();
+  return dlsym(libraries, name);
 }
 
 const void *caughtType(Class objectClass) {

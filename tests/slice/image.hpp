@@ -1,6 +1,6 @@
 #pragma once
 
-// The x86_64 slice of a Mac's executable, mapped at the address that it was linked for.
+// The slice of a Mac's executable for this processor, mapped at the address that it was linked for.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,8 +13,8 @@ namespace quillmark::slice {
 
 struct Section {
   std::string name;
-  std::uintptr_t address;
-  std::size_t size;
+  std::uintptr_t address = 0;
+  std::size_t size = 0;
 
   template <typename T>
   std::span<T> as() const {
@@ -34,6 +34,7 @@ struct Image {
   std::uintptr_t base = 0;
   std::uintptr_t entry = 0;
   std::vector<Section> sections;
+  std::vector<Section> constants;  // segments that are read-only once they are bound
   std::vector<Import> imports;
   std::vector<std::uintptr_t> functions;  // where each one starts, in order
 
@@ -47,7 +48,10 @@ extern const Image *running;
 /// Ends the process with status 125, having said why the executable cannot be run.
 [[noreturn]] void refuse(const std::string &reason);
 
-/// Refuses what it cannot map truly. The imports are not bound, and nothing of the image has been called.
+/// Beside the executable lies what list-image has written of it. The imports are not bound, and nothing has been called.
 Image map(const std::string &path);
+
+/// Nothing is written any more to what is read-only once it is bound.
+void protectConstants(const Image &image);
 
 }  // namespace quillmark::slice

@@ -3,6 +3,7 @@
 #import <Foundation/Foundation.h>
 #include <dispatch/dispatch.h>
 #include <dlfcn.h>
+#include <strings.h>
 
 #include <cstdlib>
 #include <map>
@@ -20,6 +21,7 @@ const std::set<std::string> alike = {
     "__Unwind_Resume",
     "___objc_personality_v0",
     "___stack_chk_fail",
+    "_bzero",
     "_dispatch_async",
     "_dispatch_once",
     "_dlclose",
@@ -28,6 +30,9 @@ const std::set<std::string> alike = {
     "_memcpy",
     "_memmove",
     "_memset",
+    "_objc_alloc",
+    "_objc_alloc_init",
+    "_objc_autorelease",
     "_objc_begin_catch",
     "_objc_destroyWeak",
     "_objc_end_catch",
@@ -35,9 +40,12 @@ const std::set<std::string> alike = {
     "_objc_loadWeak",
     "_objc_msgSend",
     "_objc_msgSendSuper2",
+    "_objc_release",
+    "_objc_retain",
     "_objc_setProperty_atomic",
     "_objc_setProperty_atomic_copy",
     "_objc_storeWeak",
+    "_strcmp",
     "_strlen",
 };
 
@@ -64,6 +72,7 @@ Class classIn(const std::string &symbol, std::string_view prefix) {
 const void *counterpart(const std::string &symbol, const std::string &library) {
   static const std::map<std::string, const void *> different = {
       {"___CFConstantStringClassReference", [NSString constantStringClass]},
+      {"___bzero", reinterpret_cast<void *>(&bzero)},
       {"___stack_chk_guard", &stackGuard},
       {"__dispatch_main_q", dispatch_get_main_queue()},
       {"__objc_empty_cache", &emptyCache},
@@ -77,8 +86,9 @@ const void *counterpart(const std::string &symbol, const std::string &library) {
   if (Class const c = classIn(symbol, "_OBJC_METACLASS_$_")) return object_getClass(reinterpret_cast<id>(c));
   if (Class const c = classIn(symbol, "_OBJC_EHTYPE_$_")) return caughtType(c);
   const char *const name = symbol.c_str() + 1;
-  if (library == "/usr/lib/libc++.1.dylib") return cxxSymbol(name);
-  return library.starts_with("/usr/lib/") && !alike.contains(symbol) ? nullptr : dlsym(RTLD_DEFAULT, name);
+  if (library == "/usr/lib/libc++.1.dylib") return functionForImage(symbol, cxxSymbol(name));
+  if (library.starts_with("/usr/lib/") && !alike.contains(symbol)) return nullptr;
+  return functionForImage(symbol, dlsym(RTLD_DEFAULT, name));
 }
 
 }  // namespace

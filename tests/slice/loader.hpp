@@ -3,6 +3,7 @@
 // The steps from a mapped image to one that runs, in their order.
 
 #include <objc/objc.h>
+#include <objc/runtime.h>
 
 #include "slice/image.hpp"
 
@@ -34,4 +35,16 @@ void *cxxSymbol(const char *name);
 /// What a catch clause for objects of the class points to.
 const void *caughtType(Class objectClass);
 
+// Where a Mac calls by other rules than this system; each processor has its own.
+
+/// What the image calls where it imports the symbol, which is the function here.
+const void *functionForImage(const std::string &symbol, const void *function);
+
+/// What this system calls where it sends the message to an object of the image, which has the method for it.
+IMP methodForSystem(const char *selector, IMP method);
+
 }  // namespace quillmark::slice
+
+/// The method that a message to super means. The first argument of objc_msgSendSuper2 has the class that sends it, that
+/// of the gcc runtime the class's parent.
+extern "C" IMP quillmarkSuperMethod(const struct objc_super *target, SEL selector);

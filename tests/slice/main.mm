@@ -1,6 +1,6 @@
-// Runs the Intel slice of a Mac's executable on Linux, against GNUstep. QUILLMARK_SLICE names the executable. Without
-// it, it is beside this program and has its name with ".macho" behind, so that this program can have its place in a
-// bundle.
+// Runs a slice of a Mac's executable on Linux, against GNUstep. QUILLMARK_SLICE names the executable. Without
+// it, it is beside this program and has its name with ".macho" behind (for ".loader", where there is one), so that this
+// program can have its place in a bundle.
 
 #import <Foundation/Foundation.h>
 
@@ -18,7 +18,7 @@ const slice::Image *quillmark::slice::running;
 
 int main(int argc, char *argv[], char *environment[]) {
   const char *const named = std::getenv("QUILLMARK_SLICE");
-  const std::string beside = std::filesystem::read_symlink("/proc/self/exe").string() + ".macho";
+  const std::string beside = std::filesystem::read_symlink("/proc/self/exe").replace_extension(".macho").string();
   const auto image = slice::map(named != nullptr ? named : beside);
   slice::running = &image;
   @autoreleasepool {
@@ -26,6 +26,7 @@ int main(int argc, char *argv[], char *environment[]) {
     slice::registerFrames(image);
     slice::completeDeallocation();
     slice::registerMetadata(image);
+    slice::protectConstants(image);
     slice::recordCoverage(image);
   }
   if (mainOfTests != nullptr) return mainOfTests(argc, argv);

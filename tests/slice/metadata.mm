@@ -8,6 +8,8 @@
 #include <map>
 #include <set>
 
+#include "constants.hpp"
+
 extern "C" void __objc_protocols_add_protocol(const char *name, Protocol *protocol);
 
 namespace quillmark::slice {
@@ -43,7 +45,7 @@ struct AppleMethod {
 };
 
 struct AppleVariable {
-  std::uint64_t *offset;
+  VariableOffset *offset;
   const char *name, *type;
   std::uint32_t alignment, size;
 };
@@ -215,14 +217,15 @@ class Registration {
     }
     objc_registerClassPair(made);
     for (const AppleVariable &variable : variables) {
-      *variable.offset = std::uint64_t(ivar_getOffset(class_getInstanceVariable(made, variable.name)));
+      *variable.offset = VariableOffset(ivar_getOffset(class_getInstanceVariable(made, variable.name)));
     }
     return made;
   }
 
   void addMethods(Class c, const ListOf<AppleMethod> *methods) {
     for (const AppleMethod &method : ListOf<AppleMethod>::entries(methods)) {
-      class_addMethod(c, sel_registerTypedName(method.name, method.types), method.implementation, method.types);
+      const IMP implementation = methodForSystem(method.name, method.implementation);
+      class_addMethod(c, sel_registerTypedName(method.name, method.types), implementation, method.types);
     }
   }
 

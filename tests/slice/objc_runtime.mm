@@ -63,7 +63,12 @@ void objc_setProperty_atomic_copy(id self, SEL selector, id value, std::ptrdiff_
   objc_setProperty(self, selector, std::size_t(offset), value, YES, YES);
 }
 
-/// For messages.S: the first argument of objc_msgSendSuper2 has the class itself, that of the gcc runtime its parent.
+id objc_alloc(Class c) { return [c alloc]; }
+id objc_alloc_init(Class c) { return [[c alloc] init]; }
+id objc_retain(id object) { return [object retain]; }
+void objc_release(id object) { [object release]; }
+id objc_autorelease(id object) { return [object autorelease]; }
+
 IMP quillmarkSuperMethod(const struct objc_super *target, SEL selector) {
   struct objc_super super = {target->self, class_getSuperclass(target->super_class)};
   return objc_msg_lookup_super(&super, selector);

@@ -1,8 +1,10 @@
-#include "slice/loader.hpp"
-
+#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <vector>
+
+#include "constants.hpp"
+#include "slice/loader.hpp"
 
 // libgcc's unwinder: the frames are in the form of an .eh_frame section, and stay where they are.
 extern "C" void __register_frame(void *frames);
@@ -15,7 +17,7 @@ namespace {
 // and of their tables from the image's.
 
 constexpr std::uint32_t hasExceptionTable = 0x40000000, personalityShift = 28, personalityMask = 3;
-constexpr std::uint32_t modeMask = 0x0f000000, modeWithFramePointer = 0x01000000;
+constexpr std::uint32_t modeMask = 0x0f000000;
 constexpr std::uint32_t regularPage = 2, compressedPage = 3;
 
 struct Header {
@@ -35,29 +37,27 @@ struct Pair {
   std::uint32_t function, value;  // an encoding or where the exception table lies
 };
 
-/// What an .eh_frame section holds for a function that has pushed rbp and let it point there, see "Exception Frames" in
+/// What an .eh_frame section holds for a function that has saved its caller's frame pointer and lets its own point there, see "Exception Frames" in
 /// the Linux Standard Base and "Call Frame Instructions" in the DWARF standard. Of LEB128 there are single bytes only.
 struct [[gnu::packed]] Frame {
   std::uint32_t commonLength = offsetof(Frame, ownLength) - sizeof commonLength;
   std::uint32_t isCommon = 0;
   std::uint8_t version = 1;
   char augmentation[5] = "zPLR";
-  std::uint8_t codeAlignment = 1, dataAlignment = 0x78 /* -8 */, returnAddress = 16;
+  std::uint8_t codeAlignment = 1, dataAlignment = 0x78 /* -8 */, columnOfReturnAddress = returnAddress;
   std::uint8_t augmentationLength = 11, personalityIsAbsolute = 0;
   std::uint64_t personality = 0;
   std::uint8_t tableIsAbsolute = 0, functionIsAbsolute = 0;
-  std::uint8_t frameIsAboveRbp[3] = {0x0c, 6, 16}, savedRbp[2] = {0x80 | 6, 2}, savedReturnAddress[2] = {0x80 | 16, 1};
+  std::uint8_t isAboveFramePointer[3] = {0x0c, framePointer, 16};
+  std::uint8_t savedFramePointer[2] = {0x80 | framePointer, 2}, savedReturnAddress[2] = {0x80 | returnAddress, 1};
 
   std::uint32_t ownLength = sizeof(Frame) - offsetof(Frame, toCommon);
   std::uint32_t toCommon = offsetof(Frame, toCommon);
   std::uint64_t function = 0, size = 0;
   std::uint8_t exceptionTableLength = sizeof exceptionTable;
   std::uint64_t exceptionTable = 0;
-  std::uint8_t savedRegisters[5][2] = {};  // zeroes mean no operation
+  std::uint8_t savedRegisters[18][3] = {};  // zeroes mean no operation
 };
-
-/// DWARF's numbers of the registers that an encoding calls 1 to 6: rbx, r12 to r15, rbp.
-constexpr std::uint8_t dwarfRegisters[] = {0, 3, 12, 13, 14, 15, 6};
 
 /// The compact unwind table.
 class Table {
@@ -127,7 +127,7 @@ void registerFrames(const Image &image) {
   auto *const frames = new std::vector<Frame>;  // stays, for the unwinder
   for (auto entry = encodings.begin(); std::next(entry) != encodings.end(); ++entry) {
     const auto [function, encoding] = *entry;
-    if (encoding == 0) continue;  // no exception passes through it
+    if (encoding == 0 || callsNobody(encoding)) continue;  // no exception passes through it
     if ((encoding & modeMask) != modeWithFramePointer) refuse("no support for a function without a frame pointer");
     Frame &frame = frames->emplace_back();
     if (const std::uint32_t personality = table.personality(encoding); personality != 0) {
@@ -136,12 +136,11 @@ void registerFrames(const Image &image) {
     frame.function = image.base + function;
     frame.size = std::next(entry)->first - function;
     if ((encoding & hasExceptionTable) != 0) frame.exceptionTable = image.base + exceptionTables.at(function);
-    for (std::uint32_t i = 0; i < 5; ++i) {
-      const std::uint32_t number = encoding >> 3 * i & 7, wordsBelowRbp = (encoding >> 16 & 0xff) - i;
-      if (number == 0) continue;
-      frame.savedRegisters[i][0] = 0x80 | dwarfRegisters[number];
-      frame.savedRegisters[i][1] = static_cast<std::uint8_t>(2 + wordsBelowRbp);
-    }
+    auto *saved = frame.savedRegisters;
+    visitSavedRegisters(encoding, [&](std::uint32_t number, std::uint32_t wordsBelowTop) {
+      const std::uint8_t operation[] = {0x05, std::uint8_t(number), std::uint8_t(wordsBelowTop)};  // offset_extended
+      std::ranges::copy(operation, *saved++);
+    });
   }
   frames->emplace_back().commonLength = 0;  // the end
   __register_frame(frames->data());

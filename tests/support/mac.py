@@ -17,6 +17,8 @@ MAC_ROOT = REPOSITORY / "tools/mac-root"
 BUILD = Path(os.environ.get("QUILLMARK_BUILD", REPOSITORY / "build/linux"))
 DISTRIBUTION = BUILD / "Quillmark Installer"
 SECURITY = BUILD / "mac-root/Security"
+LIBRARIES = BUILD / "mac-root/libraries"  # of another processor, if the build is for one
+SKIPPED = BUILD / "skipped"  # says why, where there could be no build
 
 INSTALLER = "Quillmark Installer.app"
 EXECUTABLE = f"{INSTALLER}/Contents/MacOS/Quillmark Installer"
@@ -38,6 +40,8 @@ class Mac:
 
     def __init__(self, *options, faults=(), home="ann", temporary="/private/var/folders/xx/T",
                  distribution=DISTRIBUTION, variables=None):
+        if SKIPPED.exists():
+            raise unittest.SkipTest(SKIPPED.read_text().strip())
         self.folder = Path(tempfile.mkdtemp(prefix="mac-", dir=folder_in_memory()))
         self.folder.chmod(0o755)
         self.root = self.folder / "root"
@@ -47,6 +51,8 @@ class Mac:
         self.variables = variables or {}
         self.options = ["--distribution", distribution, "--security", SECURITY, "--root", self.root, "--home", home,
                         "--temporary", temporary + "/", *map(os.fsdecode, options)]
+        if LIBRARIES.exists():
+            self.options += ["--libraries", LIBRARIES.resolve()]
         try:
             self.assemble()
         except BaseException:

@@ -60,6 +60,8 @@ def mounts(root, options):
         found += existing_on_host(str(X_SOCKETS))
         if x_authority().is_file():
             found.append(Mount(X_AUTHORITY, x_authority(), "read-only"))
+    if options.libraries:
+        found.append(Mount(canonical(str(options.libraries)), options.libraries, "read-only"))
     if options.translocated:
         found.append(Mount(TRANSLOCATED, host_path(root, TRANSLOCATED), "read-only"))
     found += sanitizer_mounts()

@@ -8,9 +8,9 @@ target_compile_definitions(frameworks INTERFACE
 target_compile_options(frameworks INTERFACE
   "$<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-runtime=gcc;-fblocks;-fobjc-exceptions;-fconstant-string-class=NSConstantString;-U__weak;-D__weak=>"
   -fexceptions -pthread)
-target_include_directories(frameworks SYSTEM INTERFACE ${gnustepFolder}/include /usr/include/GNUstep)
+target_include_directories(frameworks SYSTEM INTERFACE ${gnustepFolder}/include ${CMAKE_SYSROOT}/usr/include/GNUstep)
 # libobjc's headers are gcc's; behind clang's own, so that nothing else is taken from there.
-target_compile_options(frameworks INTERFACE "SHELL:-idirafter /usr/lib/gcc/${CMAKE_LIBRARY_ARCHITECTURE}/12/include")
+target_compile_options(frameworks INTERFACE "SHELL:-idirafter ${CMAKE_SYSROOT}/usr/lib/gcc/${CMAKE_LIBRARY_ARCHITECTURE}/12/include")
 # With -rdynamic the libraries find the stand-ins that replace their own symbols.
 target_link_options(frameworks INTERFACE -rdynamic -pthread)
 # gnustep-base exports broken block classes of its own, so libBlocksRuntime comes first, needed or not.
