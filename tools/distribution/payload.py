@@ -71,8 +71,8 @@ def near_misses(folder):
 def doubts(resources, folder):
     """What would fail on a Mac: the path in the payload, and the reason."""
     yield from near_misses(folder)
-    yield from client_doubts(resources)
     team = expected_team(resources)
+    yield from client_doubts(resources, team)
     tops = [*((resources, top) for top in [CLIENT, *SCRIPTS]), (folder, "components")]
     for place, top in [(place, top) for place, top in tops if (place / top).exists()]:
         seen = {}
@@ -163,13 +163,13 @@ def expected_team(resources):
             team_of(client / "Contents/MacOS" / str(information(client).get("CFBundleExecutable"))))
 
 
-def client_doubts(resources):
+def client_doubts(resources, team):
     contents = f"{CLIENT}/Contents"
     if not (resources / contents / "CodeResources").exists():
         yield f"{contents}/CodeResources", "no ticket is stapled to the client, whose first start is often without network"
     policy = information(resources / CLIENT).get("NSUpdateSecurityPolicy")
     allowed = policy.get("AllowProcesses") if isinstance(policy, dict) else None
-    team = expected_team(resources)
     by_team = allowed.items() if isinstance(allowed, dict) else []
-    if policy is not None and not any(INSTALLER in names for of, names in by_team if not team or of == team):
+    if policy is not None and not any(isinstance(names, list) and INSTALLER in names
+                                      for of, names in by_team if of == team or not team):
         yield f"{contents}/Info.plist", f"NSUpdateSecurityPolicy does not let {INSTALLER} replace the client"
