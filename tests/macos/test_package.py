@@ -5,7 +5,6 @@ import plistlib
 import shutil
 import stat
 import subprocess
-import warnings
 import zipfile
 
 from support import signature
@@ -79,36 +78,32 @@ class Release(PackedCopy):
         signature.sign(self.copy / BUNDLE)
 
     def test_a_signed_one_with_the_vendors_payload_and_team_is_packed_under_the_version_alone(self):
-        for given in ([], ["--for-inspection"]):
-            with self.subTest(given):
-                self.assert_packed(*given, self.copy)
-                self.assertEqual({path.name for path in (self.scratch / "out").iterdir()}, {
-                    f"Quillmark-Installer-{VERSION}.cdx.json", f"Quillmark-Installer-{VERSION}.zip", "SHA256SUMS"})
+        self.assert_packed(self.copy)
+        self.assertEqual({path.name for path in (self.scratch / "out").iterdir()}, {
+            f"Quillmark-Installer-{VERSION}.cdx.json", f"Quillmark-Installer-{VERSION}.zip", "SHA256SUMS"})
 
     def test_every_reason_why_it_is_none_is_told(self):
         executable = self.copy / EXECUTABLE
-        unsigned = (product.DISTRIBUTION / EXECUTABLE).read_bytes()
-        ad_hoc = signature.HARDENED_RUNTIME | signature.ADHOC
-        nobodys = "QUILLMARK_HELPER_REQUIREMENT names nobody's team"
-        whole = self.scratch / "whole"
-        self.copy.rename(whole)
-        for name, reason, damage in (
-                ("sample", "the payload is the sample",
-                 lambda: self.change(CLIENT_INFORMATION, CFBundleIdentifier="com.quillmark.sample")),
-                ("nobody's team", nobodys, lambda: self.change(INFORMATION, SMPrivilegedExecutables={
-                    product.HELPER_LABEL: 'certificate leaf[subject.OU] = "0000000000"'})),
-                ("no requirement", nobodys, lambda: self.change(INFORMATION, SMPrivilegedExecutables={})),
-                ("ad hoc", "the signature is ad hoc", lambda: signature.sign(self.copy / BUNDLE, flags=ad_hoc)),
-                ("no seal", "the signature is ad hoc or none", lambda: shutil.rmtree(
-                    self.copy / CONTENTS / "_CodeSignature")),
-                ("an unsigned slice", "the signature is ad hoc or none", lambda: executable.write_bytes(unsigned)),
-                ("rubbish", "the signature is ad hoc or none", lambda: executable.write_bytes(b"rubbish"))):
-            with self.subTest(name):
-                shutil.rmtree(self.copy, ignore_errors=True)
-                shutil.copytree(whole, self.copy, symlinks=True)
-                damage()
-                reasons = self.assert_refused("this is not a release", reason, given=()).splitlines()[1:]
-                self.assertEqual(len(reasons), 1, reasons)
+        whole, unsigned = executable.read_bytes(), (product.DISTRIBUTION / EXECUTABLE).read_bytes()
+        ad_hoc = signature.signed(unsigned, "com.quillmark.customInstaller", signature.ADHOC, signature.DIGESTS, None)
+        for content in (unsigned, ad_hoc, b"rubbish"):
+            executable.write_bytes(content)
+            self.assert_no_release("the signature is ad hoc or none")
+        executable.write_bytes(whole)
+        seal = self.copy / CONTENTS / "_CodeSignature"
+        seal.rename(self.scratch / "seal")
+        self.assert_no_release("the signature is ad hoc or none")
+        (self.scratch / "seal").rename(seal)
+        self.change(CLIENT_INFORMATION, CFBundleIdentifier="com.quillmark.sample")
+        self.change(INFORMATION, SMPrivilegedExecutables={
+            product.HELPER_LABEL: 'certificate leaf[subject.OU] = "0000000000"'})
+        self.assert_no_release("QUILLMARK_HELPER_REQUIREMENT names nobody's team", "the payload is the sample")
+
+    def assert_no_release(self, *reasons):
+        told = self.assert_refused("this is not a release", given=()).splitlines()[1:]
+        self.assertEqual(len(told), len(reasons), told)
+        for line, reason in zip(told, reasons):
+            self.assertIn(reason, line)
 
     def test_what_its_own_archive_gives_back_is_inspected(self):
         signature.sign(self.copy / BUNDLE, digests=signature.DIGESTS[1:])
@@ -118,21 +113,16 @@ class Release(PackedCopy):
 class RefusedDistributions(PackedCopy):
     def test_what_does_not_ship_is_named(self):
         components = self.copy / "components"
-
-        def special(path, mode):
-            path.write_text("")
-            path.chmod(mode)
-
         for message, name, make in (
-                ("is the Finder's", ".DS_Store", lambda path: path.write_text("")),
-                ("are the same name on a Mac", "CA.CRT", lambda path: path.write_text("")),
-                ("has a character in its name", "two\nlines", lambda path: path.write_text("")),
+                ("is the Finder's", ".DS_Store", lambda path: path.touch()),
+                ("are the same name on a Mac", "CA.CRT", lambda path: path.touch()),
+                ("has a character in its name", "two\nlines", lambda path: path.touch()),
                 ("is a link out of the distribution", "link", lambda path: path.symlink_to("../../elsewhere")),
                 ("is a link that leads to itself", "link", lambda path: path.symlink_to("link")),
                 ("is neither a file, a folder nor a link", "pipe", os.mkfifo),
-                ("has the mode 4755; special bits", "root", lambda path: special(path, 0o4755)),
-                ("has the mode 200; its owner could not read it", "mine", lambda path: special(path, 0o200)),
-                ("bytes are too many", "large", lambda path: (special(path, 0o644), os.truncate(path, 1 << 40)))):
+                ("special bits do not ship", "root", lambda path: (path.touch(), path.chmod(0o4755))),
+                ("its owner could not read it", "mine", lambda path: (path.touch(), path.chmod(0o200))),
+                ("bytes are too many", "large", lambda path: (path.touch(), os.truncate(path, 1 << 40)))):
             with self.subTest(name):
                 make(components / name)
                 self.assert_refused(message)
@@ -151,41 +141,27 @@ class RefusedDistributions(PackedCopy):
 
 
 class HostileArchives(ScratchFolder):
-    """Archives that somebody made to do harm, or that are damaged: nothing of them is left, inside or elsewhere."""
+    """Archives that somebody made to do harm: nothing of them is left, here or elsewhere."""
 
     FOLDERS = [(f"{name}/", stat.S_IFDIR | 0o755, "") for name in (FOLDER, f"{FOLDER}/{BUNDLE}", f"{FOLDER}/components")]
 
-    def assert_refused(self, message, *entries, damage=lambda content: content):
-        archive = self.scratch / "hostile.zip"
-        with warnings.catch_warnings(record=True), zipfile.ZipFile(archive, "w") as file:
-            for name, mode, content in entries:
-                information = zipfile.ZipInfo(name)
-                information.external_attr = mode << 16
-                file.writestr(information, content)
-        archive.write_bytes(damage(archive.read_bytes()))
-        outcome = package("--for-inspection", archive, output=self.scratch / "out")
-        self.assertEqual(outcome.returncode, 1, outcome.stdout)
-        self.assertRegex(outcome.stdout, f"^package: .*{message}")
-        self.assertEqual(sorted(str(path.relative_to(self.scratch)) for path in self.scratch.rglob("*")),
-                         ["hostile.zip", "out"], "something was written")
-
     def test_each_is_refused_and_nothing_of_it_is_left(self):
         file, link = stat.S_IFREG | 0o644, stat.S_IFLNK | 0o777
-        inside = f"{FOLDER}/components"
+        archive, inside = self.scratch / "hostile.zip", f"{FOLDER}/components"
         for message, *entries in (
                 ("is missing", (f"{inside}/../../../victim", file, "")),
                 ("is missing", ("../victim", file, "")),
                 ("stripped absolute path", (str(self.scratch / "victim"), file, "")),
                 ("is not directory", (f"{inside}/bin", link, "../../.."), (f"{inside}/bin/victim", file, "")),
                 ("components/bin is a link out of the distribution", *self.FOLDERS, (f"{inside}/bin", link, "/usr/bin")),
-                ("the folder Quillmark Installer is missing", (FOLDER, link, product.DISTRIBUTION.as_posix())),
-                ("are the same name on a Mac", *self.FOLDERS, (f"{inside}/a", file, ""), (f"{inside}/A", file, ""))):
+                ("the folder Quillmark Installer is missing", (FOLDER, link, product.DISTRIBUTION.as_posix()))):
             with self.subTest(message, entries=entries[-1]):
-                self.assert_refused(message, *entries)
-
-    def test_a_part_of_an_archive_is_refused(self):
-        entries = [*self.FOLDERS, (f"{FOLDER}/components/ca.crt", stat.S_IFREG | 0o644, "certificate" * 100)]
-        for name, damage in (("nothing", lambda content: b""), ("half", lambda content: content[:len(content) // 2]),
-                             ("changed", lambda content: content.replace(b"ecertif", b"eCertif", 1))):
-            with self.subTest(name):
-                self.assert_refused("hostile.zip cannot be unpacked", *entries, damage=damage)
+                with zipfile.ZipFile(archive, "w") as packed:
+                    for name, mode, content in entries:
+                        information = zipfile.ZipInfo(name)
+                        information.external_attr = mode << 16
+                        packed.writestr(information, content)
+                outcome = package("--for-inspection", archive, output=self.scratch / "out")
+                self.assertEqual(outcome.returncode, 1, outcome.stdout)
+                self.assertRegex(outcome.stdout, f"^package: .*{message}")
+                self.assertEqual(sorted(path.name for path in self.scratch.rglob("*")), ["hostile.zip", "out"])

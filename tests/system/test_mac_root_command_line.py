@@ -9,7 +9,7 @@ import shutil
 import stat
 import unittest
 
-from support.mac import EXECUTABLE, INSTALLER, MAC_ROOT
+from support.mac import MAC_ROOT
 from support.mac_root import MacRootTest
 
 loader = importlib.machinery.SourceFileLoader("mac_root_program", str(MAC_ROOT))
@@ -21,21 +21,15 @@ class CommandLine(unittest.TestCase):
     def test_what_makes_no_sense_is_refused_with_the_reason(self):
         for reason, *words in [
                 ("unrecognized arguments: --relocate", "--relocate"),
-                ("unrecognized arguments: stray", "stray"),
                 ("--assemble-only needs --root", "--assemble-only"),
                 ("--assemble-only runs none", "--root", "r", "--assemble-only", "--program", "/bin/sh"),
-                ("--assemble-only runs none", "--root", "r", "--assemble-only", "--", "x"),
                 ("--program sh: a path inside the root starts with /", "--program", "sh"),
                 ("--no-licence leaves out", "--release", "Ventura", "--no-licence"),
                 ("a heading is one line", "--release", "Ven\ntura"),
                 ("--relocation-query-fails needs --relocated", "--relocation-query-fails"),
-                ("not allowed with argument", "--relocated", "--relocated-without-original"),
                 ("not a version number", "--appkit-version", "1404."),
-                ("not the name of a user and a folder", "--home", ".."),
                 ("not the name of a user and a folder", "--home", "a/b"),
                 ("--root 'a\\nb': a path is one line", "--root", "a\nb"),
-                ("--read-only '/tmp/a\\nb': a path is one line", "--read-only", "/tmp/a\nb"),
-                ("--full /Applications/../Library: lies in none of", "--full", "/Applications/../Library"),
                 ("--full /ApplicationsToo: lies in none of /Applications, /Users/ann", "--full", "/ApplicationsToo"),
                 ("--temporary tmp: a path inside the root starts with /", "--temporary", "tmp"),
                 ("cannot be both", "--read-only", "/tmp/x", "--full", "/private/tmp/x/"),
@@ -50,13 +44,9 @@ class CommandLine(unittest.TestCase):
 
 class RefusedRoots(MacRootTest):
     def test_what_a_root_cannot_be_made_of(self):
-        folder_as_program, without_components = self.folder / "folder", self.folder / "without"
-        (folder_as_program / EXECUTABLE).mkdir(parents=True)
-        shutil.copytree(self.distribution / INSTALLER, without_components / INSTALLER)
         for reason, *words in [
                 ("none is not a folder", "--distribution", "/none"),
-                ("holds no program Quillmark Installer.app/Contents", "--distribution", folder_as_program),
-                ("holds no components", "--distribution", without_components),
+                ("holds no program Quillmark Installer.app/Contents", "--distribution", self.folder),
                 ("none is missing; build first", "--security", "/none")]:
             with self.subTest(reason):
                 self.assert_refused(self.mac_root("--root", self.root, *words), reason, status=125)

@@ -44,12 +44,6 @@ class KeptRoot(MacRootTest):
         self.assertEqual(os.listdir(victim), ["thesis"])
         self.assertFalse(inside.exists())
 
-    def test_a_users_applications_folder_that_holds_something_is_not_thrown_away(self):
-        self.assemble()
-        (self.root / "Users/ann/Applications/Old.app").mkdir()
-        result = self.mac_root("--root", self.root, "--no-user-applications")
-        self.assert_refused(result, "/Users/ann/Applications cannot be removed: Directory not empty", status=125)
-
     def test_links_in_every_folder_that_a_program_may_change_do_not_lead_out_of_the_root(self):
         victim = self.folder / "victim"
         victim.mkdir()

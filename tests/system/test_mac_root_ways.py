@@ -2,15 +2,12 @@
 
 import contextlib
 import os
-import pty
 import shutil
 import signal
 import subprocess
-import sys
-from pathlib import Path
 
 from support.mac import EXECUTABLE, MAC_ROOT
-from support.mac_root import (DOWNLOADS, LICENCE, RELEASE_COMMAND, RELOCATED_FOLDER, MacRootTest, failure_of,
+from support.mac_root import (DOWNLOADS, RELEASE_COMMAND, RELOCATED_FOLDER, MacRootTest, failure_of,
                               obstacle_of_bubblewrap, obstacle_of_bubblewrap_as_root, obstacle_of_proot)
 from support.processes import child_of, processes_with
 from support.waiting import DEADLINE_SECONDS, until
@@ -71,10 +68,7 @@ class Way:
             """, "--root", self.root), "ann\n" * 5)
 
     def test_the_host_is_not_seen(self):
-        listed = self.inside("ls /; ls -a /Users /private/etc/passwd; ls -d /root /home /run || true").split()
-        self.assertIn("Applications", listed)
-        for name in ["root", "/root", "/home", "/run"]:
-            self.assertNotIn(name, listed)
+        self.assertEqual(self.inside("ls -d /Applications /root /home /run 2> /dev/null || true"), "/Applications\n")
 
     def test_a_daemon_that_is_left_behind_is_ended_and_the_root_is_removed(self):
         self.addCleanup(self.end_marked)
@@ -97,10 +91,6 @@ class Way:
         script = "id -u; touch $HOME/x /Applications/x; mkdir -m 0 /tmp/closed"
         command = self.command("--program", "/bin/sh", "--", "-ec", script, python=PLAIN_PYTHON)
         return subprocess.run([*nobody, *command], env=self.environment(), capture_output=True, text=True, check=False)
-
-    def test_the_callers_file_mode_mask_does_not_matter(self):
-        self.inside(f'cat "{LICENCE}" "{DOWNLOADS}/components/WGComponents/current/"* > /dev/null; touch $HOME/x',
-                    prefix=["sh", "-c", 'umask 077; exec "$@"', "sh"])
 
     def test_ending_mac_root_ends_everything(self):
         for number, status in [(signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 129), (signal.SIGKILL, -9)]:
@@ -148,57 +138,32 @@ class RestrictingWay(Way):
         self.assertEqual(tool.wait(DEADLINE_SECONDS), 137)
         until(lambda: not processes_with(self.mark()), "the end of the program and its daemons")
 
-    def test_what_is_read_only(self):
-        self.assertEqual(self.inside(f"""
-            mkdir "$HOME/Quillmark_Components/x" 2> /dev/null || rmdir "$HOME/Quillmark_Components" 2> /dev/null || :
-            for folder in / /System /Library /Users /etc /usr /usr/local/bin {RELOCATED_FOLDER} /Applications/Old.app \\
-                "$HOME/Quillmark_Components"; do
-              touch "$folder/x" 2> /dev/null && echo "$folder can be written to"
+    def test_what_is_read_only_and_what_is_full(self):
+        """A full folder has no room even when it is emptied; one that is read-only may lie in it."""
+        lines = self.inside(f"""
+            for folder in / /System /Users /usr/local/bin {RELOCATED_FOLDER} /Applications/Old.app; do
+              touch "$folder/x" 2>&1 || true
             done
-            touch /Applications/New.app""", "--relocated", "--read-only", "/Applications/Old.app",
-            "--read-only", "/Users/ann/Quillmark_Components"), "")
-        self.assemble()
-        (self.root / "Users/ann/link").symlink_to("/usr")
-        result = self.mac_root("--root", self.root, "--read-only", "/Users/ann/link")
-        self.assert_refused(result, "leads out of the root", status=125)
-
-    def test_a_full_folder_has_no_room_even_when_it_is_emptied_and_what_is_read_only_may_lie_in_it(self):
-        lines = self.inside("""
             for folder in /Applications "$HOME/Quillmark_Components"; do
-              ls "$folder"
               cp /etc/GNUstep/GNUstep.conf "$folder" 2>&1 || true
-              rm -r "$folder/GNUstep.conf" "$folder/.taken" 2>/dev/null || true
+              rm -r "$folder/GNUstep.conf" "$folder/.taken" 2> /dev/null || true
               dd if=/etc/hosts of="$folder/small" status=none 2>&1 || true
-            done
-            touch /Applications/Old.app/x 2>&1 || true""", "--full", "/Applications/",
-            "--full", "/Users/ann/Quillmark_Components", "--read-only", "/Applications/Old.app").splitlines()
+            done""", "--relocated", "--read-only", "/Applications/Old.app", "--full", "/Applications/",
+            "--full", "/Users/ann/Quillmark_Components").splitlines()
         self.assertEqual([line.rpartition(": ")[2] for line in lines],
-                         ["Old.app", *["No space left on device"] * 4, "Read-only file system"], lines)
+                         [*["Read-only file system"] * 6, *["No space left on device"] * 4], lines)
 
 
 class BubblewrapWay(RestrictingWay, MacRootTest):
     name = "bubblewrap"
     obstacle = staticmethod(obstacle_of_bubblewrap)
 
-    def test_ctrl_c_at_a_terminal_ends_everything(self):
-        process, terminal = pty.fork()
-        if process == 0:
-            os.execve(sys.executable, self.command("--program", "/bin/sh", "--", "-c",
-                                                   f"echo started; exec sleep {self.mark()}"), self.environment())
-        with os.fdopen(terminal, "rb+", buffering=0) as screen:
-            self.assertEqual(screen.readline(), b"started\r\n")
-            screen.write(b"\x03")
-            self.assertEqual(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]), 130)
-        self.assertEqual(processes_with(self.mark()), [])
-        self.assert_left_nothing()
-
 
 class BubblewrapAsRootWay(RestrictingWay, MacRootTest):
     name = "bubblewrap-as-root"
     obstacle = staticmethod(obstacle_of_bubblewrap_as_root)
 
-    def test_no_namespace_of_users_is_made_and_the_groups_of_root_are_left_behind(self):
-        self.assertEqual(self.inside("readlink /proc/self/ns/user").strip(), os.readlink("/proc/self/ns/user"))
+    def test_the_groups_of_root_are_left_behind(self):
         self.assertEqual(self.inside("id -G", prefix=["setpriv", "--groups", "0,4,27"]), "20\n")
 
     def test_it_works_for_an_ordinary_user(self):
@@ -208,14 +173,6 @@ class BubblewrapAsRootWay(RestrictingWay, MacRootTest):
 class ProotWay(Way, MacRootTest):
     name = "proot"
     obstacle = staticmethod(obstacle_of_proot)
-
-    def test_nothing_is_left_in_the_hosts_temporary_folder(self):
-        tool = self.start()
-        proot = child_of(child_of(tool.pid))
-        self.assertNotEqual(list(Path("/tmp").glob(f"prooted-{proot}-*")), [])
-        tool.terminate()
-        tool.wait(DEADLINE_SECONDS)
-        self.assertEqual(list(Path("/tmp").glob(f"prooted-{proot}-*")), [])
 
 
 class Choice(MacRootTest):

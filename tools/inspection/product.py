@@ -36,7 +36,6 @@ def for_each_slice(check):
     return test
 
 
-@functools.cache
 def minimum_macos():
     """The oldest macOS that each slice has to run on, by architecture: the bundle names it."""
     named = plistlib.loads((CONTENTS / "Info.plist").read_bytes())["LSMinimumSystemVersion"]
