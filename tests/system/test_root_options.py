@@ -71,16 +71,6 @@ class Relocation(OptionsTest):
             with self.subTest(version):
                 self.assert_ends_for_want_of_components(self.mac("--relocated", "--appkit-version", version))
 
-    def test_on_an_appkit_above_1404_the_original_is_asked_for(self):
-        mac = self.mac("--relocated", "--appkit-version", "1405")
-        self.install(mac)
-        self.assert_installed(mac)
-
-    def test_on_appkit_1404_an_installer_that_was_not_relocated_installs_as_usual(self):
-        mac = self.mac("--appkit-version", "1404.47")
-        self.install(mac)
-        self.assert_installed(mac)
-
 
 class Release(OptionsTest):
     def assert_component(self, mac, folder, source):
@@ -98,15 +88,11 @@ class Release(OptionsTest):
     def test_a_processor_answer_that_is_not_utf8_takes_os_m1(self):
         self.assert_component(self.mac("--release", "Monterey", "--processor", b"x86_64\xff"), "osM1", "osM1")
 
-    def test_a_release_without_a_folder_gets_no_component_and_the_rest_of_the_installation_stands(self):
-        mac = self.mac("--release", "Tahoe")
-        self.assert_component(mac, None, "Tahoe")
-        self.assertFalse((mac.temporary / COMPONENT).exists())
-
-    def test_a_release_without_a_folder_removes_the_component_that_an_earlier_run_left_in_the_temporary_folder(self):
+    def test_a_release_without_a_folder_gets_no_component_and_that_of_an_earlier_run_leaves_the_temporary_folder(self):
         mac = self.mac("--release", "Tahoe")
         shutil.copytree(component("Ventura"), mac.temporary / COMPONENT, symlinks=True)
         self.assert_component(mac, None, "Tahoe")
+        self.assertFalse((mac.temporary / COMPONENT).exists())
 
     def test_names_that_only_resemble_big_sur_are_taken_as_they_stand(self):
         for release in ["big sur", "Big Sur ", "Big Sur\r"]:
@@ -227,10 +213,3 @@ class Places(OptionsTest):
                 self.assert_staged(mac, None)
                 self.assert_same_tree(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
 
-    def test_a_temporary_folder_with_a_blank_silently_loses_the_component_only(self):
-        mac = self.mac(temporary="/private/var/folders/x x/T")
-        installer = self.install(mac)
-        self.assertEqual(installer.console(), [*TICK_LINES, *installation_lines("Sonoma")])
-        self.assert_applications(mac)
-        self.assert_staged(mac, None)
-        self.assert_same_tree(tree(mac.temporary / COMPONENT), tree(component("Sonoma")))
