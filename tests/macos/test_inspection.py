@@ -77,7 +77,7 @@ class Damage(DistributionCopy):
 
     def test_each_damage_is_named(self):
         thin = macho.slices(product.EXECUTABLE)["arm64"].content
-        a_slice_each = "there_is_a_slice_for_each_processor"
+        a_slice_each = "the_executable_is_universal_and_may_be_run"
         for module, test, saying, damage, *arguments in [
                 (executable, a_slice_each, "no 64-bit Mach-O", self.write, b"#!/bin/sh\necho no Mac program\n" * 10),
                 (executable, a_slice_each, "x86_64", self.write, thin),
@@ -85,12 +85,12 @@ class Damage(DistributionCopy):
                  self.relink, "x86_64", "-Wl,-platform_version,macos,10.9,11.0"),
                 (executable, "no_path_of_the_build_is_inside", "/Users/ann/sources/tests.mm",
                  self.replace, b"/Applications/Quillmark.app\0", b"/Users/ann/sources/tests.mm\0"),
-                (executable, "no_other_library_is_linked", "LC_LOAD_WEAK_DYLIB",
+                (executable, "no_other_library_is_linked_and_none_newer_than_that_of_os_x_10_8", "LOAD_WEAK",
                  self.relink, "arm64", "-Wl,-weak_framework,AppKit"),
                 (executable, "no_library_is_looked_for_beside_the_bundle", "LC_RPATH",
                  self.relink, "x86_64", "-Wl,-rpath,@executable_path/../Frameworks"),
                 (executable, "what_is_loaded_at_run_time_is_the_systems_security_framework_and_no_other", "Serenity",
-                 self.replace, b"Frameworks/Security.framework/Security\0", b"Frameworks/Serenity.framework/Security\0"),
+                 self.replace, b"/Security.framework/Security\0", b"/Serenity.framework/Security\0"),
                 (executable, "the_environment_is_not_read", "_getenv", self.replace, b"_dlopen\0", b"_getenv\0", 1),
                 (executable, "no_slice_imports_what_its_oldest_system_lacks", "_dispatch_twic",
                  self.replace, b"_dispatch_once\0", b"_dispatch_twic\0", 1),
@@ -100,7 +100,8 @@ class Damage(DistributionCopy):
                  self.relink, "x86_64", "-Wl,-fixup_chains"),
                 (executable, "the_intel_slice_can_be_read_by_the_runtime_of_its_oldest_system", "methods as offsets",
                  self.replace, b"__objc_protorefs", b"__objc_methlist\0", 1),
-                (executable, "the_arm64_slice_is_signed", "", self.relink, "arm64", "-Wl,-no_adhoc_codesign"),
+                (executable, "the_arm64_slice_is_signed_and_a_signed_intel_slice_is_for_its_oldest_system", "unsigned",
+                 self.relink, "arm64", "-Wl,-no_adhoc_codesign"),
                 (executable, "no_slice_has_changed_since_it_was_signed", "x86_64", self.sign_and_change),
                 (executable, "a_signature_is_aligned_and_the_last_of_its_slice", "", self.write, thin + bytes(16)),
                 (executable, BOTH_DIGESTS, "[2]", lambda: self.sign(digests=signature.DIGESTS[1:])),
@@ -111,7 +112,8 @@ class Damage(DistributionCopy):
                  self.replace, b"_andText\0", b"_andTexu\0"),
                 (classes, "the_helper_protocol_has_its_messages_in_order_with_the_classes_that_they_carry", "poinT",
                  self.replace, b'@?<v@?@"NSXPCListenerEndpoint">', b'@?<v@?@"NSXPCListenerEndpoinT">'),
-                (bundle, "its_keys_have_these_values", "NSMainNibFile", lambda: self.inform(NSMainNibFile="Main")),
+                (bundle, "it_has_the_keys_of_an_application_with_their_values_and_no_others", "NSMainNibFile",
+                 lambda: self.inform(NSMainNibFile="Main")),
                 (bundle, "nothing_else_lies_in_the_bundle", "notes.txt",
                  (self.copy / BUNDLE / "Contents/notes.txt").write_text, "left over")]:
             with self.subTest(test, saying=saying):

@@ -9,46 +9,29 @@ AUTHORIZATION = "^{AuthorizationOpaqueRef=}"
 # A char, and a bool.
 BOOL = {"x86_64": "c", "arm64": "B"}
 
-# Name and type of each variable of AppDelegate, in order.
-VARIABLES = [
-    ("_authRef", AUTHORIZATION),
-    ("didInstall", "BOOL"),
-    ("termsAndConditionsText", '@"NSTextField"'),
-    ("_window", '@"NSWindow"'),
-    ("_textView", '@"NSTextView"'),
-    ("_tac", '@"NSTextField"'),
-    ("_TACText", '@"NSTextFieldCell"'),
-    ("_authorization", '@"NSData"'),
-    ("_helperToolConnection", '@"NSXPCConnection"'),
-    ("_installButtonTitle", '@"NSAttributedString"'),
-    ("_TCCheckBoxOutlet", '@"NSButtonCell"'),
-    ("_termsAndConditionsTextField", '@"NSTextField"'),
-    ("_checkboxOutlet", '@"NSButton"'),
-    ("_linkBtnOutlet", '@"NSButton"'),
-    ("_TCLabel", '@"NSTextField"'),
-    ("_andText", '@"NSTextField"'),
-    ("_privacyTextOutlet", '@"NSButton"'),
-]
-
-# Each property of AppDelegate, in order, with its attributes: N nonatomic, C copy, & strong, W weak, V variable.
+# Each property of AppDelegate, in order: name, type, and attributes: N nonatomic, C copy, & strong, W weak.
 PROPERTIES = [
-    ("window", 'T@"NSWindow",N,V_window'),
-    ("textView", 'T@"NSTextView",N,V_textView'),
-    ("tac", 'T@"NSTextField",W,V_tac'),
-    ("TACText", 'T@"NSTextFieldCell",W,V_TACText'),
-    ("authorization", 'T@"NSData",C,V_authorization'),
-    ("helperToolConnection", 'T@"NSXPCConnection",&,V_helperToolConnection'),
-    ("installButtonTitle", 'T@"NSAttributedString",&,V_installButtonTitle'),
-    ("TCCheckBoxOutlet", 'T@"NSButtonCell",W,V_TCCheckBoxOutlet'),
-    ("termsAndConditionsTextField", 'T@"NSTextField",W,V_termsAndConditionsTextField'),
-    ("checkboxOutlet", 'T@"NSButton",W,V_checkboxOutlet'),
-    ("linkBtnOutlet", 'T@"NSButton",W,V_linkBtnOutlet'),
-    ("TCLabel", 'T@"NSTextField",W,V_TCLabel'),
-    ("andText", 'T@"NSTextField",W,V_andText'),
-    ("privacyTextOutlet", 'T@"NSButton",W,V_privacyTextOutlet'),
-    ("didInstall", "TBOOL,VdidInstall"),
-    ("termsAndConditionsText", 'T@"NSTextField",W,VtermsAndConditionsText'),
+    ("window", '@"NSWindow"', "N"),
+    ("textView", '@"NSTextView"', "N"),
+    ("tac", '@"NSTextField"', "W"),
+    ("TACText", '@"NSTextFieldCell"', "W"),
+    ("authorization", '@"NSData"', "C"),
+    ("helperToolConnection", '@"NSXPCConnection"', "&"),
+    ("installButtonTitle", '@"NSAttributedString"', "&"),
+    ("TCCheckBoxOutlet", '@"NSButtonCell"', "W"),
+    ("termsAndConditionsTextField", '@"NSTextField"', "W"),
+    ("checkboxOutlet", '@"NSButton"', "W"),
+    ("linkBtnOutlet", '@"NSButton"', "W"),
+    ("TCLabel", '@"NSTextField"', "W"),
+    ("andText", '@"NSTextField"', "W"),
+    ("privacyTextOutlet", '@"NSButton"', "W"),
+    ("didInstall", "BOOL", ""),
+    ("termsAndConditionsText", '@"NSTextField"', "W"),
 ]
+# Those whose variables are declared under their own names, before the ones that the compiler adds.
+DECLARED = {"didInstall", "termsAndConditionsText"}
+VARIABLES = [("_authRef", AUTHORIZATION), *((name, kind) for name, kind, _ in PROPERTIES if name in DECLARED),
+             *((f"_{name}", kind) for name, kind, _ in PROPERTIES if name not in DECLARED)]
 
 # The compiler adds to a class's own the properties of the protocols that it adopts; these are the NSObject protocol's.
 INHERITED_PROPERTIES = ["hash", "superclass", "description", "debugDescription"]
@@ -113,14 +96,10 @@ class Classes(unittest.TestCase):
     maxDiff = None
 
     @product.for_each_slice
-    def test_the_executable_defines_its_own_classes_and_no_others(self, one):
+    def test_there_are_the_two_classes_and_the_delegate_is_an_object_that_adopts_the_application_delegate(self, one):
         self.assertEqual(sorted(one.classes()), ["AppDelegate", "Common"])
-
-    @product.for_each_slice
-    def test_the_delegate_is_an_object_that_adopts_the_application_delegate(self, one):
         delegate = one.classes()["AppDelegate"]
-        self.assertEqual(delegate.superclass, "NSObject")
-        self.assertEqual(delegate.adopted, ["NSApplicationDelegate"])
+        self.assertEqual((delegate.superclass, delegate.adopted), ("NSObject", ["NSApplicationDelegate"]))
 
     @product.for_each_slice
     def test_the_delegate_has_its_variables_in_order(self, one):
@@ -129,12 +108,16 @@ class Classes(unittest.TestCase):
     @product.for_each_slice
     def test_the_delegate_has_its_properties_in_order(self, one):
         properties = one.classes()["AppDelegate"].properties
-        self.assertEqual(properties[:len(PROPERTIES)], typed(PROPERTIES, one))
+        expected = []
+        for name, kind, attributes in PROPERTIES:
+            variable = name if name in DECLARED else f"_{name}"
+            expected.append((name, ",".join(part for part in (f"T{kind}", attributes, f"V{variable}") if part)))
+        self.assertEqual(properties[:len(PROPERTIES)], typed(expected, one))
         self.assertIn([name for name, _ in properties[len(PROPERTIES):]], ([], INHERITED_PROPERTIES))
 
     @product.for_each_slice
     def test_the_delegate_has_its_methods_in_the_declared_order(self, one):
-        accessors = [accessor for name, _ in PROPERTIES for accessor in (name, setter(name))]
+        accessors = [accessor for name, _, _ in PROPERTIES for accessor in (name, setter(name))]
         methods = [method for method in one.classes()["AppDelegate"].instance_methods
                    if method[0] not in LIFETIME_METHODS]
         self.assertEqual(methods[:len(METHODS)], typed(METHODS, one))

@@ -202,8 +202,8 @@ class Slice:
             digest(self.content[page_size * number:min(page_size * (number + 1), limit)]).digest()[:hash_size]
             == blob[hashes + hash_size * number:hashes + hash_size * (number + 1)] for number in range(pages))
         team = struct.unpack_from(">I", blob, 48)[0] if version >= WITH_TEAM else 0
-        return CodeDirectory(flags, hash_type, page_size, text_at(blob, identifier), text_at(blob, team) if team else "",
-                             match and pages > 0)
+        return CodeDirectory(flags, hash_type, page_size, text_at(blob, identifier),
+                             text_at(blob, team) if team else "", match and pages > 0)
 
     def image_info(self):
         """Version and flags for the Objective-C runtime."""
