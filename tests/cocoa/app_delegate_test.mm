@@ -4,7 +4,9 @@
 #include <objc/runtime.h>
 
 #import "cocoa/support/app_kit_spy.h"
+#import "cocoa/support/bare_text_view.h"
 #import "cocoa/support/installer_folder.h"
+#import "cocoa/support/live_objects.h"
 #import "cocoa/support/main_loop.h"
 
 /// Notes who brings it forward.
@@ -18,6 +20,26 @@
 
 - (void)makeKeyAndOrderFront:(id)who {
   sender = who;
+}
+
+@end
+
+/// Tells how many of it there are.
+@interface Counted : NSObject <NSCopying> {
+ @public
+  int *alive;
+}
+@end
+
+@implementation Counted
+
+- (id)copyWithZone:(NSZone *)zone {
+  return [self retain];
+}
+
+- (void)dealloc {
+  --*alive;
+  [super dealloc];
 }
 
 @end
@@ -92,6 +114,16 @@ class DelegateTest : public testing::Test {
     [standard setVolatileDomain:values forName:NSArgumentDomain];
   }
 
+  void expectInstalled(const std::string &marker) {
+    EXPECT_EQ(installer_.installed("/Applications/Quillmark.app/Contents/Info.plist"), "the client");
+    EXPECT_EQ(installer_.installed("~/Applications/Quillmark.app/Contents/Info.plist"), "the client");
+    EXPECT_EQ(installer_.installed("~/Quillmark_Components/installationHelper.txt"), marker);
+    EXPECT_EQ(installer_.installed("~/Quillmark_Components/client.up.tunnelblick.sh"), "up");
+    EXPECT_EQ(installer_.installed("~/Quillmark_Components/client.down.tunnelblick.sh"), "down");
+    EXPECT_EQ(installer_.installed("~/Quillmark_Components/QuillmarkGuard"), "guard for Sonoma");
+    EXPECT_EQ(spy_.console.back(), "-------------------");
+  }
+
   NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
   AppDelegate *delegate_ = [[AppDelegate alloc] init];
   AppKitSpy spy_;
@@ -104,23 +136,6 @@ TEST_F(DelegateTest, StartsWithEverythingUnset) {
   EXPECT_EQ(delegate_.helperToolConnection, nil);
   EXPECT_EQ(delegate_.authorization, nil);
   EXPECT_EQ(isRMMLaunch, 0);
-}
-
-TEST_F(DelegateTest, OwnsItsTitleItsConnectionAndACopyOfItsAuthorization) {
-  NSMutableData *data = [NSMutableData dataWithBytes:"abc" length:3];
-  delegate_.authorization = data;
-  [data setLength:0];
-  EXPECT_EQ([delegate_.authorization length], 3U);
-
-  NSAttributedString *title = [[NSAttributedString alloc] initWithString:@"title"];
-  delegate_.installButtonTitle = title;
-  EXPECT_EQ([title retainCount], 2U);
-  [delegate_ release];
-  delegate_ = nil;
-  [pool_ drain];
-  pool_ = [[NSAutoreleasePool alloc] init];
-  EXPECT_EQ([title retainCount], 1U);
-  [title release];
 }
 
 TEST_F(DelegateTest, ClosingTheLastWindowEndsTheApplication) {
@@ -158,6 +173,127 @@ TEST_F(DelegateTest, WithBothDefaultsTheManagedInstallationStartsAtOnceAndNoTitl
       fileExistsAtPath:[NSHomeDirectory() stringByAppendingPathComponent:@"Quillmark_Components"]]);
 }
 
+// The installations, sent as messages.
+
+TEST_F(DelegateTest, AnInstallationPlacesEverythingAndTheWindowChangesOnlyAfterItHasReturned) {
+  installer_.addPayload("Sonoma");
+  const NSUInteger before = [delegate_ retainCount];
+  [delegate_ installQuillmarkApplication];
+  EXPECT_FALSE(delegate_.didInstall);
+  EXPECT_GT([delegate_ retainCount], before) << "what is posted keeps the delegate";
+  expectInstalled("Device\nyes");
+  serveMainQueue();
+  EXPECT_TRUE(delegate_.didInstall);
+  EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Launch Quillmark"]);
+  EXPECT_TRUE(spy_.terminateSenders.empty());
+}
+
+TEST_F(DelegateTest, AManagedInstallationPlacesTheSameWithItsOwnMarkerAndEndsTheApplication) {
+  installer_.addPayload("Sonoma");
+  setLaunchDefaults(@{@"teamID" : @"T2", @"partnerID" : @42});
+  [delegate_ installQuillmarkApplicationRMM];
+  EXPECT_EQ(spy_.terminateSenders, std::vector<id>{delegate_});
+  expectInstalled("Rmm\n42\nT2\nyes");
+  serveMainQueue();
+  EXPECT_FALSE(delegate_.didInstall);
+  EXPECT_EQ(delegate_.installButtonTitle, nil);
+}
+
+TEST_F(DelegateTest, EachMarkerIsWrittenWhenItsMessageIsSent) {
+  setLaunchDefaults(@{@"teamID" : @"T2", @"partnerID" : @"P1"});
+  [[NSFileManager defaultManager]
+            createDirectoryAtPath:[NSHomeDirectory() stringByAppendingPathComponent:@"Quillmark_Components"]
+      withIntermediateDirectories:YES
+                       attributes:nil
+                            error:nullptr];
+  [delegate_ writeToTextFile];
+  EXPECT_EQ(installer_.installed("~/Quillmark_Components/installationHelper.txt"), "Device\nyes");
+  [delegate_ writeToTextFileRMM];
+  EXPECT_EQ(installer_.installed("~/Quillmark_Components/installationHelper.txt"), "Rmm\nP1\nT2\nyes");
+}
+
+TEST_F(DelegateTest, TheNameOfTheReleaseIsTheCallers) {
+  installer_.addPayload("Sonoma");
+  NSString *version = nil;
+  @autoreleasepool {
+    version = [[delegate_ getMacVersion] retain];
+  }
+  EXPECT_TRUE([version isEqualToString:@"Sonoma"]);
+  EXPECT_EQ([version retainCount], 2U);
+  [version release];
+  [version release];
+}
+
+// Who owns what.
+
+TEST_F(DelegateTest, ReleasesItsAuthorizationItsConnectionAndItsTitle) {
+  int alive = 3;
+  for (NSString *property in @[ @"authorization", @"helperToolConnection", @"installButtonTitle" ]) {
+    Counted *value = [[[Counted alloc] init] autorelease];
+    value->alive = &alive;
+    [delegate_ setValue:value forKey:property];
+  }
+  [delegate_ release];
+  delegate_ = nil;
+  EXPECT_EQ(alive, 3);
+  [pool_ drain];
+  pool_ = [[NSAutoreleasePool alloc] init];
+  EXPECT_EQ(alive, 0);
+}
+
+TEST_F(DelegateTest, OwnsACopyOfItsAuthorization) {
+  NSMutableData *data = [NSMutableData dataWithBytes:"abc" length:3];
+  delegate_.authorization = data;
+  [data setLength:0];
+  EXPECT_EQ([delegate_.authorization length], 3U);
+}
+
+TEST_F(DelegateTest, ALaunchAndAClickLeaveNoObjectBehind) {
+  // The classes of what they make: titles, the component check's URLs, alerts.
+  NSArray *classes =
+      @[ [[[[NSMutableAttributedString alloc] init] autorelease] class], [NSURL class], [NSAlert class] ];
+  installer_.addComponent("ca.crt", "ca");
+  GSDebugAllocationActive(YES);
+  std::vector<int> before;
+  for (int round = 0; round < 2; ++round) {
+    @autoreleasepool {
+      [delegate_ applicationDidFinishLaunching:nil];
+      [delegate_ componentsArePresent:delegate_];
+      [delegate_ installButtonClick:nil];
+      delegate_.installButtonTitle = nil;
+    }
+    std::vector<int> alive;
+    for (Class cls in classes) alive.push_back(GSDebugAllocationCount(cls));
+    if (round == 1) EXPECT_EQ(alive, before);
+    before = alive;
+  }
+}
+
+TEST_F(DelegateTest, AnOutletWhoseControlIsGoneIsNil) {
+  if (getenv("QUILLMARK_SLICE") == nullptr) GTEST_SKIP() << "the gcc runtime has no weak references";
+  NSDictionary *outlets = @{
+    @"termsAndConditionsText" : [NSTextField class],
+    @"tac" : [NSTextField class],
+    @"TACText" : [NSTextFieldCell class],
+    @"TCCheckBoxOutlet" : [NSButtonCell class],
+    @"termsAndConditionsTextField" : [NSTextField class],
+    @"checkboxOutlet" : [NSButton class],
+    @"linkBtnOutlet" : [NSButton class],
+    @"TCLabel" : [NSTextField class],
+    @"andText" : [NSTextField class],
+    @"privacyTextOutlet" : [NSButton class],
+  };
+  for (NSString *outlet in outlets) {
+    id control = [[[outlets objectForKey:outlet] alloc] init];
+    @autoreleasepool {
+      [delegate_ setValue:control forKey:outlet];
+      EXPECT_EQ([delegate_ valueForKey:outlet], control) << [outlet UTF8String];
+    }
+    [control release];
+    EXPECT_EQ([delegate_ valueForKey:outlet], nil) << [outlet UTF8String];
+  }
+}
+
 TEST_F(DelegateTest, ComponentsArePresentAnswersForTheFolderBesideTheInstaller) {
   EXPECT_FALSE([delegate_ componentsArePresent:delegate_]);
   installer_.addComponent("ca.crt", "ca");
@@ -186,13 +322,6 @@ TEST_F(DelegateTest, QuittingBeforeAnInstallationAsksAndTerminatesOnOKOnly) {
   EXPECT_EQ(spy_.alerts[0].buttons, (std::vector<std::string>{"OK", "Cancel"}));
 }
 
-TEST_F(DelegateTest, QuittingAfterAnInstallationTerminatesWithoutAnyAlert) {
-  delegate_.didInstall = YES;
-  [delegate_ doQuitApplication:nil];
-  EXPECT_TRUE(spy_.alerts.empty());
-  EXPECT_EQ(spy_.terminateSenders, std::vector<id>{delegate_});
-}
-
 TEST_F(DelegateTest, TheLinksOpenTheVendorsPages) {
   [delegate_ termsAndConditionClicked:nil];
   [delegate_ privacyPolicyClicked:nil];
@@ -200,18 +329,30 @@ TEST_F(DelegateTest, TheLinksOpenTheVendorsPages) {
                                                    "https://" QUILLMARK_VENDOR_HOST "/privacy-policy-2/"}));
 }
 
-TEST_F(DelegateTest, AttributedStringKeepsTheColourItIsGiven) {
-  NSColor *color = [NSColor purpleColor];
-  NSMutableAttributedString *title = [delegate_ attributedString:@"\u00c9t\u00e9" withColor:color];
-  EXPECT_EQ([title attribute:NSForegroundColorAttributeName atIndex:2 effectiveRange:nullptr], color);
-  EXPECT_TRUE([[title string] isEqualToString:@"\u00c9t\u00e9"]);
-  [title release];
+TEST_F(DelegateTest, ClickingTheBoxWritesTheSendersStateAndThenTheOutlets) {
+  NSButtonCell *outlet = [[[NSButtonCell alloc] init] autorelease];
+  NSButtonCell *sender = [[[NSButtonCell alloc] init] autorelease];
+  [sender setState:NSOnState];
+  delegate_.TCCheckBoxOutlet = outlet;
+  [delegate_ clickOnTC:sender];
+  EXPECT_EQ(spy_.console, (std::vector<std::string>{"state 1", "TCCheckBoxOutlet state 0"}));
 }
 
-TEST_F(DelegateTest, AnEmptyTitleRaisesNothing) {
-  NSMutableAttributedString *title = [delegate_ attributedString:@"" withColor:[NSColor redColor]];
-  EXPECT_EQ([title length], 0U);
-  [title release];
+TEST_F(DelegateTest, ATitleHasFontAlignmentAndColourAndNoOtherAttribute) {
+  for (NSColor *color : {[NSColor purpleColor], (NSColor *)nil}) {
+    NSMutableAttributedString *title = [delegate_ attributedString:@"\u00c9t\u00e9" withColor:color];
+    NSMutableDictionary *expected = [NSMutableDictionary dictionary];
+    NSMutableParagraphStyle *centred = [[[NSMutableParagraphStyle alloc] init] autorelease];
+    [centred setAlignment:NSCenterTextAlignment];
+    [expected setObject:[NSFont boldSystemFontOfSize:12] forKey:NSFontAttributeName];
+    [expected setObject:centred forKey:NSParagraphStyleAttributeName];
+    if (color != nil) [expected setObject:color forKey:NSForegroundColorAttributeName];
+    NSRange range;
+    EXPECT_TRUE([[title attributesAtIndex:0 effectiveRange:&range] isEqual:expected]);
+    EXPECT_EQ(range.length, [title length]);
+    EXPECT_TRUE([[title string] isEqualToString:@"\u00c9t\u00e9"]);
+    [title release];
+  }
 }
 
 // The activity log.
@@ -235,16 +376,13 @@ TEST_F(LogTest, AnAppendRequestedOnTheMainThreadNeverRunsInsideTheCall) {
   EXPECT_EQ(log(), "one\n");
 }
 
-TEST_F(LogTest, AnEmptyTextLeavesTheLogUnchanged) {
-  [delegate_ logText:@"one\n"];
-  [delegate_ logText:@""];
-  EXPECT_EQ(log(), "one\n");
-}
-
-TEST_F(LogTest, TheTextHasNoAttributesOfItsOwn) {
+TEST_F(LogTest, AnEntryHasNoAttributes) {
+  BareTextView *view = [[[BareTextView alloc] initWithFrame:NSMakeRect(0, 0, 300, 100)] autorelease];
+  delegate_.textView = view;
   [delegate_ logText:@"plain"];
   serveMainQueue();
-  EXPECT_EQ([[textView_ textStorage] attribute:NSForegroundColorAttributeName atIndex:0 effectiveRange:nullptr], nil);
+  EXPECT_EQ([[view string] length], 5U);
+  EXPECT_EQ([[[view textStorage] attributesAtIndex:0 effectiveRange:nullptr] count], 0U);
 }
 
 TEST_F(LogTest, AFormatIsFilledInBeforeItIsQueued) {
@@ -252,11 +390,6 @@ TEST_F(LogTest, AFormatIsFilledInBeforeItIsQueued) {
   [delegate_ logWithFormat:@"%@ %d 100%%\n", name, -5];
   [name setString:@"after"];
   EXPECT_EQ(log(), "before -5 100%\n");
-}
-
-TEST_F(LogTest, AnErrorWithANegativeCodePrintsItsMinusSign) {
-  [delegate_ logError:[NSError errorWithDomain:@"NSOSStatusErrorDomain" code:-60005 userInfo:nil]];
-  EXPECT_EQ(log(), "error NSOSStatusErrorDomain / -60005\n");
 }
 
 TEST_F(LogTest, NonASCIITextsAndZeroBytesSurvive) {
@@ -310,26 +443,6 @@ TEST_F(LogTest, TheViewIsNeitherScrolledNorTrimmedAndItsSelectionStays) {
   EXPECT_TRUE(NSEqualRanges([textView_ selectedRange], NSMakeRange(1, 3)));
   [textView_ scrollRangeToVisible:NSMakeRange(expected.size(), 0)];
   EXPECT_FALSE(NSEqualPoints([textView_ visibleRect].origin, visible.origin)) << "it cannot be scrolled here";
-}
-
-TEST_F(LogTest, TenThousandLinesFromABackgroundThreadArriveInOrder) {
-  AppDelegate *delegate = delegate_;
-  NSOperationQueue *background = [[[NSOperationQueue alloc] init] autorelease];
-  [background addOperationWithBlock:^{
-    for (int line = 0; line < 10000; ++line) [delegate logWithFormat:@"%d\n", line];
-  }];
-  std::string expected;
-  for (int line = 0; line < 10000; ++line) expected += std::to_string(line) + "\n";
-  ASSERT_TRUE(serveMainLoopUntil([&] { return [[textView_ string] length] >= expected.size(); }));
-  EXPECT_EQ(log(), expected);
-}
-
-TEST_F(LogTest, APendingAppendKeepsTheDelegateAlive) {
-  const NSUInteger before = [delegate_ retainCount];
-  [delegate_ logText:@"text"];
-  EXPECT_EQ([delegate_ retainCount], before + 1);
-  serveMainQueue();
-  EXPECT_EQ([delegate_ retainCount], before);
 }
 
 }  // namespace
