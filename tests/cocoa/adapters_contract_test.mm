@@ -2,6 +2,7 @@
 
 #import <Foundation/Foundation.h>
 
+#include <fcntl.h>
 #include <linux/capability.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -12,6 +13,7 @@
 #include <filesystem>
 
 #import "HelperToolProtocol.h"
+#import "cocoa/support/live_objects.h"
 #import "cocoa/support/main_loop.h"
 #import "cocoa/support/temporary_folder.h"
 #include "contract/bundle_contract.hpp"
@@ -21,6 +23,7 @@
 #include "contract/path_examples.hpp"
 #include "contract/shell_task_contract.hpp"
 #include "contract/user_defaults_contract.hpp"
+#import "platform/cocoa/dynamic_loader.h"
 #import "platform/cocoa/foundation.h"
 #import "platform/cocoa/helper_connection.h"
 #import "platform/cocoa/text.h"
@@ -228,6 +231,73 @@ TEST(CocoaFileManager, AFolderThatForbidsWritingIsCopiedWithWhatItHolds) {
   ASSERT_TRUE(files.copyItemAtPath(folder.path() + "/source", folder.path() + "/target"));
   EXPECT_EQ(fs::status(folder.path() + "/target").permissions(), fs::perms(0555));
   EXPECT_TRUE(fs::exists(folder.path() + "/target/file"));
+}
+
+/// While one exists, a file stands in for a descriptor of this process.
+class Redirected {
+ public:
+  Redirected(int descriptor, const std::string &file) : descriptor_(descriptor), former_(dup(descriptor)) {
+    const int opened = open(file.c_str(), O_RDWR | O_CREAT, 0600);
+    EXPECT_EQ(dup2(opened, descriptor), descriptor);
+    close(opened);
+  }
+  ~Redirected() {
+    dup2(former_, descriptor_);
+    close(former_);
+  }
+  Redirected(const Redirected &) = delete;
+  Redirected &operator=(const Redirected &) = delete;
+
+ private:
+  int descriptor_;
+  int former_;
+};
+
+TEST(CocoaShellTask, TheShellsInputAndErrorsAreTheInstallersOwn) {
+  const TemporaryFolder folder;
+  writeFile(folder.path() + "/input", "asked for");
+  {
+    const Redirected input(STDIN_FILENO, folder.path() + "/input");
+    const Redirected errors(STDERR_FILENO, folder.path() + "/errors");
+    EXPECT_EQ(cocoa::CocoaShellTask().standardOutput("cat; echo wrong >&2"), "asked for");
+  }
+  EXPECT_EQ(contentsOf(folder.path() + "/errors"), "wrong\n");
+}
+
+TEST(CocoaShellTask, AShellThatHasClosedItsOutputIsNotWaitedFor) {
+  const TemporaryFolder folder;
+  const std::string gate = folder.path() + "/gate";
+  const std::string ended = folder.path() + "/ended";
+  ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
+  const auto output =
+      cocoa::CocoaShellTask().standardOutput("echo all; exec >/dev/null; timeout 20 cat " + gate + "; touch " + ended);
+  EXPECT_EQ(output, "all\n");
+  EXPECT_FALSE(fs::exists(ended));
+  EXPECT_TRUE(serveMainLoopUntil([&] {
+    close(open(gate.c_str(), O_WRONLY | O_NONBLOCK));
+    return fs::exists(ended);
+  }));
+}
+
+TEST(SystemLoader, ALibraryIsBoundLazilyAndClosed) {
+  // It calls a function that does not exist: only a lazy binding opens it.
+  cocoa::SystemLoader loader;
+  void *library = loader.open(QUILLMARK_UNBOUND_LIBRARY);
+  ASSERT_NE(library, nullptr) << dlerror();
+  EXPECT_NE(loader.symbol(library, "callsNobody"), nullptr);
+  loader.close(library);
+  EXPECT_EQ(dlopen(QUILLMARK_UNBOUND_LIBRARY, RTLD_LAZY | RTLD_NOLOAD), nullptr);
+}
+
+TEST(CocoaURLs, AURLIsReleasedOnce) {
+  GSDebugAllocationActive(YES);
+  cocoa::CocoaURLs urls;
+  @autoreleasepool {
+    const OwnedURL url(urls, urls.createFileURL("/Volumes/Quillmark Installer"));
+    EXPECT_EQ(urls.path(url.get()), "/Volumes/Quillmark Installer");
+    EXPECT_EQ(GSDebugAllocationCount([NSURL class]), 1);
+  }
+  EXPECT_EQ(GSDebugAllocationCount([NSURL class]), 0);
 }
 
 TEST(PathExamples, NSStringAnswersAsOurPathFunctionsDo) {

@@ -64,12 +64,4 @@ TEST(Signals, WhatGNUstepWouldCatchEndsTheApplication) {
   }
 }
 
-TEST(ImageTypes, AreThoseThatAppKitReadsByItself) {
-  @autoreleasepool {
-    NSArray *const types = [NSImage imageUnfilteredFileTypes];
-    for (NSString *type in @[ @"icns", @"tiff", @"png" ]) EXPECT_TRUE([types containsObject:type]) << [type UTF8String];
-    EXPECT_LT([types count], 20U);
-  }
-}
-
 }  // namespace

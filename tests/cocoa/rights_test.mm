@@ -1,12 +1,25 @@
 #import "rights/Common.h"
 
 #include <gtest/gtest.h>
+#include <objc/runtime.h>
 
 #include <set>
 #include <string>
 
 #import "HelperToolProtocol.h"
 #import "platform/gnustep/security_calls.h"
+
+@interface NSBundle (Translation)
+@end
+
+@implementation NSBundle (Translation)
+
+- (NSString *)translationOfKey:(NSString *)key value:(NSString *)value table:(NSString *)table {
+  const bool isAsked = self == [NSBundle mainBundle] && table == nil && [value isEqualToString:@""];
+  return isAsked ? [@"translated: " stringByAppendingString:key] : @"from elsewhere";
+}
+
+@end
 
 namespace {
 
@@ -38,6 +51,36 @@ TEST_F(CommonClass, CommandInfoHoldsTheRecordOfEachCommandThatNeedsARight) {
   }]));
 }
 
+TEST_F(CommonClass, TheCatalogueAndItsRecordsCannotBeChanged) {
+  NSDictionary *info = [Common commandInfo];
+  for (NSDictionary *dictionary in [[info allValues] arrayByAddingObject:info]) {
+    EXPECT_FALSE([dictionary isKindOfClass:[NSMutableDictionary class]]);
+  }
+}
+
+TEST_F(CommonClass, ADescriptionIsTranslatedByTheDefaultTable) {
+  const Method lookUp = class_getInstanceMethod([NSBundle class], @selector(localizedStringForKey:value:table:));
+  const Method translate = class_getInstanceMethod([NSBundle class], @selector(translationOfKey:value:table:));
+  const IMP former = method_setImplementation(lookUp, method_getImplementation(translate));
+  NSDictionary *record = [[Common commandInfo] objectForKey:@"install:authorization:withReply:"];
+  method_setImplementation(lookUp, former);
+  EXPECT_TRUE([[record objectForKey:@"authRightDescription"]
+      isEqualToString:@"translated: Install Quillmark is trying to install its components."]);
+}
+
+TEST_F(CommonClass, TheWalkHandsOutEachRightWithItsRuleAndItsDescription) {
+  NSMutableArray *walked = [NSMutableArray array];
+  [Common enumerateRightsUsingBlock:^(NSString *name, id rule, NSString *description) {
+    [walked addObject:@{
+      @"authRightName" : name,
+      @"authRightDefault" : rule,
+      @"authRightDescription" : description,
+    }];
+  }];
+  EXPECT_TRUE([[NSSet setWithArray:walked] isEqualToSet:[NSSet setWithArray:[[Common commandInfo] allValues]]]);
+  EXPECT_EQ([walked count], 2U);
+}
+
 TEST_F(CommonClass, TheRightOfAMessageIsFoundByItsSelector) {
   EXPECT_TRUE([[Common authorizationRightForCommand:@selector(install:authorization:withReply:)]
       isEqualToString:@"com.example.apple-samplecode.EBAS.install"]);
@@ -45,22 +88,10 @@ TEST_F(CommonClass, TheRightOfAMessageIsFoundByItsSelector) {
   EXPECT_EQ([Common authorizationRightForCommand:@selector(connectWithEndpointReply:)], nil);
 }
 
-TEST_F(CommonClass, TheWalkCallsItsBlockOnceForEachRightWithValuesThatAreNotNull) {
-  __block int calls = 0;
-  [Common enumerateRightsUsingBlock:^(NSString *name, id rule, NSString *description) {
-    ++calls;
-    EXPECT_NE(name, nil);
-    EXPECT_NE(rule, nil);
-    EXPECT_NE(description, nil);
-  }];
-  EXPECT_EQ(calls, 2);
-}
-
 class Registering : public CommonClass {
  protected:
   Registering() {
-    for (const char *right : {installRight, bindRight}) removeAuthorizationRight(right);
-    rightSetCalls().clear();
+    for (const char *right : {installRight, bindRight}) setAuthorizationRightStatus(right, denied);
   }
 
   static std::vector<RightSetCall> registered(AuthorizationRef authorization = nullptr) {
@@ -68,6 +99,8 @@ class Registering : public CommonClass {
     [Common setupAuthorizationRights:authorization];
     return rightSetCalls();
   }
+
+  static constexpr OSStatus denied = -60005;
 
   static void expectCall(const RightSetCall &call, const char *name, NSString *rule, NSString *description) {
     EXPECT_EQ(call.name, name);
@@ -79,32 +112,24 @@ class Registering : public CommonClass {
 };
 
 TEST_F(Registering, CreatesTheRightsThatTheDatabaseLacksEachWithItsRuleAndItsDescription) {
-  auto calls = registered();
+  const int anything = 0;
+  const auto authorization = reinterpret_cast<AuthorizationRef>(&anything);
+  auto calls = registered(authorization);
   ASSERT_EQ(calls.size(), 2U);
+  for (const RightSetCall &call : calls) EXPECT_EQ(call.authorization, authorization);
   if (calls[0].name == bindRight) std::swap(calls[0], calls[1]);
   expectCall(calls[0], installRight, @"allow", @"Install Quillmark is trying to install its components.");
   expectCall(calls[1], bindRight, @"authenticate-admin", @"EBAS is trying to start its web service.");
 }
 
-TEST_F(Registering, WhenBothExistNothingIsSet) {
-  (void)registered();
-  EXPECT_TRUE(registered().empty());
-}
-
-TEST_F(Registering, WhenOneIsMissingOnlyThatOneIsSet) {
-  (void)registered();
-  removeAuthorizationRight(bindRight);
-  const auto calls = registered();
-  ASSERT_EQ(calls.size(), 1U);
-  EXPECT_EQ(calls[0].name, bindRight);
-}
-
-TEST_F(Registering, HandsTheAuthorizationOnToTheDatabase) {
-  const int anything = 0;
-  const auto authorization = reinterpret_cast<AuthorizationRef>(&anything);
-  const auto calls = registered(authorization);
-  ASSERT_EQ(calls.size(), 2U);
-  for (const RightSetCall &call : calls) EXPECT_EQ(call.authorization, authorization);
+TEST_F(Registering, LeavesEachRightAloneWhoseStatusIsNotDenied) {
+  for (const OSStatus status : {0, -60001, -60004, -60006, -60008, -60031, 1, 60005}) {
+    setAuthorizationRightStatus(installRight, status);
+    setAuthorizationRightStatus(bindRight, denied);
+    const auto calls = registered();
+    ASSERT_EQ(calls.size(), 1U) << status;
+    EXPECT_EQ(calls[0].name, bindRight);
+  }
 }
 
 TEST_F(CommonClass, TheFirstCallsFromManyThreadsReturnOneObject) {

@@ -48,15 +48,12 @@ TEST_F(Text, LoneSurrogatesComeBackWhereverTheyStand) {
   expectToComeBack({0xD83D, 0xDD12, 0xD83D, 0xD83D, 0xDD12, 0xDD12});
 }
 
-TEST_F(Text, ALoneSurrogateJoinedToOtherTextComesBackWithIt) {
-  NSString *joined = string(utf8(made({0xD800})) + "\n\U0001F512");
-  EXPECT_TRUE([joined isEqualToString:made({0xD800, '\n', 0xD83D, 0xDD12})]);
-}
-
-TEST_F(Text, BytesThatAreNoTextAreNil) {
-  for (const std::string bytes : {"\xFF", "caf\xC3", "\xED\xA0", "\xED\xA0\x80\xFF"}) {
-    EXPECT_EQ(string(bytes), nil) << testing::PrintToString(bytes);
-  }
+TEST_F(Text, AMarkOfAnyKindAtTheBeginningIsALetterLikeAnother) {
+  EXPECT_EQ(utf8(made({0xFEFF, 'a'})), "\uFEFFa");
+  expectToComeBack({0xFEFF});
+  expectToComeBack({0xFEFF, 'a', 0xFEFF});
+  expectToComeBack({0xD800, 0xFEFF});
+  expectToComeBack({0xFFFE, 'a'});
 }
 
 TEST_F(Text, NilIsEmptyOrNoText) {

@@ -23,9 +23,7 @@ add_library(gnustep_standins OBJECT
   ${gnustepFolder}/defaults_lock.mm
   ${gnustepFolder}/event_queue.mm
   ${gnustepFolder}/file_manager.mm
-  ${gnustepFolder}/image_types.mm
   ${gnustepFolder}/interface.mm
-  ${gnustepFolder}/layout_manager.mm
   ${gnustepFolder}/main_bundle.mm
   ${gnustepFolder}/main_queue.mm
   ${gnustepFolder}/security.mm

@@ -5,8 +5,8 @@
 #include <Security/AuthorizationDB.h>
 #include <ServiceManagement/ServiceManagement.h>
 
+#include <map>
 #include <mutex>
-#include <set>
 #include <string>
 
 #import "platform/gnustep/mach_services.h"
@@ -21,7 +21,7 @@ constexpr OSStatus authorizationDenied = -60005;
 constexpr NSInteger authorizationFailure = 4;
 
 std::mutex rightsMutex;
-std::set<std::string> rights;
+std::map<std::string, OSStatus> rights;  // what AuthorizationRightGet answers
 
 }  // namespace
 
@@ -35,22 +35,23 @@ std::vector<BlessCall> &blessCalls() {
   return *calls;
 }
 
-void removeAuthorizationRight(const std::string &name) {
+void setAuthorizationRightStatus(const std::string &name, OSStatus status) {
   const std::lock_guard<std::mutex> lock(rightsMutex);
-  rights.erase(name);
+  rights[name] = status;
 }
 
 void CFRelease(CFTypeRef object) { [static_cast<id>(const_cast<void *>(object)) release]; }
 
 OSStatus AuthorizationRightGet(const char *rightName, CFTypeRef *rightDefinition) {
   const std::lock_guard<std::mutex> lock(rightsMutex);
-  return rights.contains(rightName) ? authorizationSuccess : authorizationDenied;
+  const auto right = rights.find(rightName);
+  return right == rights.end() ? authorizationDenied : right->second;
 }
 
 OSStatus AuthorizationRightSet(AuthorizationRef authRef, const char *rightName, CFTypeRef rightDefinition,
                                CFStringRef descriptionKey, CFBundleRef bundle, CFStringRef localeTableName) {
   const std::lock_guard<std::mutex> lock(rightsMutex);
-  rights.insert(rightName);
+  rights[rightName] = authorizationSuccess;
   rightSetCalls().push_back({.authorization = authRef,
                              .name = rightName,
                              .definition = [(id)rightDefinition retain],

@@ -20,8 +20,9 @@ struct RightSetCall {
 
 std::vector<RightSetCall> &rightSetCalls();
 
-/// Takes the right out of the authorization database, or does nothing when it is not there.
-void removeAuthorizationRight(const std::string &name);
+/// What the authorization database answers for the right from now on, until that is set. A right that it lacks is
+/// denied.
+void setAuthorizationRightStatus(const std::string &name, OSStatus status);
 
 struct BlessCall {
   NSString *domain;

@@ -1,0 +1,3 @@
+extern "C" void nobody();
+extern "C" void callsNobody();
+extern "C" void callsNobody() { nobody(); }
