@@ -1,7 +1,6 @@
 #import "app/AppDelegate.h"
 
 #include <gtest/gtest.h>
-#include <objc/runtime.h>
 
 #import "cocoa/support/app_kit_spy.h"
 #import "cocoa/support/bare_text_view.h"
@@ -48,57 +47,6 @@ namespace quillmark {
 
 namespace {
 
-struct Variable {
-  const char *name, *type;
-};
-
-TEST(AppDelegateClass, ItsVariablesStandInOrder) {
-  // What its accessor answers: BOOL is not this host's where the slice of an Intel Mac runs.
-  const Method didInstall = class_getInstanceMethod([AppDelegate class], @selector(didInstall));
-  const char boolean[] = {method_getTypeEncoding(didInstall)[0], 0};
-  const Variable expected[] = {
-      {"_authRef", "^{AuthorizationOpaqueRef=}"},
-      {"didInstall", boolean},
-      {"termsAndConditionsText", "@\"NSTextField\""},
-      {"_window", "@\"NSWindow\""},
-      {"_textView", "@\"NSTextView\""},
-      {"_tac", "@\"NSTextField\""},
-      {"_TACText", "@\"NSTextFieldCell\""},
-      {"_authorization", "@\"NSData\""},
-      {"_helperToolConnection", "@\"NSXPCConnection\""},
-      {"_installButtonTitle", "@\"NSAttributedString\""},
-      {"_TCCheckBoxOutlet", "@\"NSButtonCell\""},
-      {"_termsAndConditionsTextField", "@\"NSTextField\""},
-      {"_checkboxOutlet", "@\"NSButton\""},
-      {"_linkBtnOutlet", "@\"NSButton\""},
-      {"_TCLabel", "@\"NSTextField\""},
-      {"_andText", "@\"NSTextField\""},
-      {"_privacyTextOutlet", "@\"NSButton\""},
-  };
-  unsigned count = 0;
-  Ivar *variables = class_copyIvarList([AppDelegate class], &count);
-  ASSERT_EQ(count, std::size(expected));
-  for (unsigned i = 0; i < count; ++i) {
-    EXPECT_STREQ(ivar_getName(variables[i]), expected[i].name);
-    EXPECT_NE(std::string(ivar_getTypeEncoding(variables[i])).find(expected[i].type), std::string::npos)
-        << expected[i].name << " " << ivar_getTypeEncoding(variables[i]);
-  }
-  free(variables);
-}
-
-TEST(AppDelegateClass, AdoptsNSApplicationDelegate) {
-  unsigned count = 0;
-  Protocol **protocols = class_copyProtocolList([AppDelegate class], &count);
-  ASSERT_EQ(count, 1U);
-  EXPECT_STREQ(protocol_getName(protocols[0]), "NSApplicationDelegate");
-  free(protocols);
-  EXPECT_EQ([AppDelegate superclass], [NSObject class]);
-}
-
-TEST(AppDelegateClass, ImplementsNoShouldTerminateHook) {
-  EXPECT_FALSE([AppDelegate instancesRespondToSelector:@selector(applicationShouldTerminate:)]);
-}
-
 class DelegateTest : public testing::Test {
  protected:
   ~DelegateTest() override {
@@ -130,31 +78,17 @@ class DelegateTest : public testing::Test {
   InstallerFolder installer_;
 };
 
-TEST_F(DelegateTest, StartsWithEverythingUnset) {
-  EXPECT_FALSE(delegate_.didInstall);
-  EXPECT_EQ(delegate_.installButtonTitle, nil);
-  EXPECT_EQ(delegate_.helperToolConnection, nil);
-  EXPECT_EQ(delegate_.authorization, nil);
-  EXPECT_EQ(isRMMLaunch, 0);
-}
-
 TEST_F(DelegateTest, ClosingTheLastWindowEndsTheApplication) {
   EXPECT_TRUE([delegate_ applicationShouldTerminateAfterLastWindowClosed:NSApp]);
 }
 
-TEST_F(DelegateTest, WithoutTheDefaultsTheTitleIsInstall) {
-  setLaunchDefaults(@{@"teamID" : @"T2"});
-  [delegate_ applicationDidFinishLaunching:nil];
-  EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Install"]);
-  EXPECT_EQ(isRMMLaunch, 0);
-  EXPECT_TRUE(spy_.terminateSenders.empty());
-}
-
-TEST_F(DelegateTest, TheWindowIsBroughtForwardWithTheDelegateAsSender) {
+TEST_F(DelegateTest, WithoutBothDefaultsTheWindowIsBroughtForwardWithTheDelegateAsSender) {
   FrontWindow *window = [[[FrontWindow alloc] init] autorelease];
   delegate_.window = window;
+  setLaunchDefaults(@{@"teamID" : @"T2"});
   [delegate_ applicationDidFinishLaunching:nil];
   EXPECT_EQ(window->sender, delegate_);
+  EXPECT_EQ(isRMMLaunch, 0);
 }
 
 TEST_F(DelegateTest, WithBothDefaultsTheManagedInstallationStartsAtOnceAndNoTitleIsSet) {
@@ -217,6 +151,7 @@ TEST_F(DelegateTest, TheNameOfTheReleaseIsTheCallers) {
   NSString *version = nil;
   @autoreleasepool {
     version = [[delegate_ getMacVersion] retain];
+    EXPECT_TRUE([[delegate_ homeDirectory] isEqualToString:NSHomeDirectory()]);
   }
   EXPECT_TRUE([version isEqualToString:@"Sonoma"]);
   EXPECT_EQ([version retainCount], 2U);
@@ -300,10 +235,6 @@ TEST_F(DelegateTest, ComponentsArePresentAnswersForTheFolderBesideTheInstaller) 
   EXPECT_TRUE([delegate_ componentsArePresent:delegate_]);
   EXPECT_EQ(spy_.alerts.size(), 1U);
   EXPECT_TRUE(spy_.terminateSenders.empty()) << "its callers terminate";
-}
-
-TEST_F(DelegateTest, HomeDirectoryIsThePlatforms) {
-  EXPECT_TRUE([[delegate_ homeDirectory] isEqualToString:NSHomeDirectory()]);
 }
 
 TEST_F(DelegateTest, QuittingBeforeAnInstallationAsksAndTerminatesOnOKOnly) {

@@ -23,22 +23,6 @@ TEST(Blocks, ACopiedBlockKeepsTheObjectsThatItUsesUntilItIsReleased) {
   }
 }
 
-TEST(Blocks, ABlockVariableIsSharedAndItsObjectIsNotRetained) {
-  @autoreleasepool {
-    NSObject *const object = [[NSObject alloc] init];
-    __block NSObject *variable = object;
-    void (^const block)() = Block_copy(^{
-      variable = nil;
-    });
-    EXPECT_EQ([object retainCount], 1U);
-    block();
-    EXPECT_EQ(variable, nil);
-    Block_release(block);
-    EXPECT_EQ([object retainCount], 1U);
-    [object release];
-  }
-}
-
 }  // namespace
 
 }  // namespace quillmark

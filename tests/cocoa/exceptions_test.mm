@@ -4,6 +4,8 @@
 #include <objc/runtime.h>
 
 #import "app/AppDelegate.h"
+#import "cocoa/support/app_kit_spy.h"
+#import "cocoa/support/installer_folder.h"
 
 static NSException *refusal() {
   static NSException *const exception = [[NSException alloc] initWithName:NSInvalidArgumentException
@@ -12,23 +14,12 @@ static NSException *refusal() {
   return exception;
 }
 
-@interface NSFileHandle (NoOutput)
+@interface NSObject (Refusing)
 @end
 
-@implementation NSFileHandle (NoOutput)
+@implementation NSObject (Refusing)
 
-- (NSData *)readWithoutOutput {
-  @throw refusal();
-}
-
-@end
-
-@interface NSTask (NoShell)
-@end
-
-@implementation NSTask (NoShell)
-
-- (void)launchWithoutAShell {
+- (id)refuse {
   @throw refusal();
 }
 
@@ -38,50 +29,63 @@ namespace quillmark {
 
 namespace {
 
-__attribute__((noinline)) NSException *raisedByGetMacVersion(AppDelegate *delegate) {
-  @try {
-    [[delegate getMacVersion] release];
-  } @catch (NSException *exception) {
-    return exception;
+class Exceptions : public testing::Test {
+ protected:
+  ~Exceptions() override { [pool_ drain]; }
+
+  /// Calls the function for each of the four acts of Cocoa's that run a shell, which refuses meanwhile.
+  static void whileEachActRefuses(void (^test)()) {
+    const Method acts[] = {
+      class_getClassMethod([NSPipe class], @selector(pipe)),
+      class_getInstanceMethod([NSTask class], @selector(setArguments:)),
+      class_getInstanceMethod([NSTask class], @selector(launch)),
+      class_getInstanceMethod(object_getClass([[NSPipe pipe] fileHandleForReading]), @selector(readDataToEndOfFile)),
+    };
+    for (const Method act : acts) {
+      SCOPED_TRACE([NSStringFromSelector(method_getName(act)) UTF8String]);
+      const Method refuse = class_getInstanceMethod([NSObject class], @selector(refuse));
+      const IMP former = method_setImplementation(act, method_getImplementation(refuse));
+      test();
+      method_setImplementation(act, former);
+    }
   }
-  return nil;
+
+  __attribute__((noinline)) NSException *raisedByGetMacVersion() {
+    @try {
+      [[delegate_ getMacVersion] release];
+    } @catch (NSException *exception) {
+      return exception;
+    }
+    return nil;
+  }
+
+  NSAutoreleasePool *pool_ = [[NSAutoreleasePool alloc] init];
+  AppKitSpy spy_;
+  InstallerFolder installer_;
+  AppDelegate *delegate_ = [[[AppDelegate alloc] init] autorelease];
+};
+
+TEST_F(Exceptions, ALicenceTextThatIsMissingRaisesNSRangeException) {
+  NSException *exception = raisedByGetMacVersion();
+  ASSERT_NE(exception, nil);
+  EXPECT_TRUE([[exception name] isEqualToString:NSRangeException]);
+  EXPECT_GT([[exception reason] length], 0U);
 }
 
-TEST(Exceptions, ALicenceTextThatIsMissingRaisesNSRangeException) {
-  // This host is no Mac: the release command finds no licence text and prints nothing.
-  ASSERT_FALSE([[NSFileManager defaultManager] fileExistsAtPath:@"/System/Library/CoreServices"]);
-  @autoreleasepool {
-    AppDelegate *delegate = [[[AppDelegate alloc] init] autorelease];
-    NSException *exception = raisedByGetMacVersion(delegate);
-    ASSERT_NE(exception, nil);
-    EXPECT_TRUE([[exception name] isEqualToString:NSRangeException]);
-    EXPECT_GT([[exception reason] length], 0U);
-  }
+TEST_F(Exceptions, AShellThatIsRefusedRaisesTheVeryExceptionOfTheRefusal) {
+  whileEachActRefuses(^{
+    EXPECT_EQ(raisedByGetMacVersion(), refusal());
+  });
 }
 
-TEST(Exceptions, AShellWhoseOutputCannotBeReadRaisesTheVeryExceptionThatItsHandleRaised) {
-  @autoreleasepool {
-    const Class concrete = object_getClass([[NSPipe pipe] fileHandleForReading]);
-    const Method read = class_getInstanceMethod(concrete, @selector(readDataToEndOfFile));
-    const Method refused = class_getInstanceMethod(concrete, @selector(readWithoutOutput));
-    AppDelegate *delegate = [[[AppDelegate alloc] init] autorelease];
-    const IMP former = method_setImplementation(read, method_getImplementation(refused));
-    NSException *exception = raisedByGetMacVersion(delegate);
-    method_setImplementation(read, former);
-    EXPECT_EQ(exception, refusal());
-  }
-}
-
-TEST(Exceptions, AShellThatCannotBeStartedRaisesTheVeryExceptionThatTheTaskRaised) {
-  const Method launch = class_getInstanceMethod([NSTask class], @selector(launch));
-  const Method refused = class_getInstanceMethod([NSTask class], @selector(launchWithoutAShell));
-  @autoreleasepool {
-    AppDelegate *delegate = [[[AppDelegate alloc] init] autorelease];
-    const IMP former = method_setImplementation(launch, method_getImplementation(refused));
-    NSException *exception = raisedByGetMacVersion(delegate);
-    method_setImplementation(launch, former);
-    EXPECT_EQ(exception, refusal());
-  }
+TEST_F(Exceptions, AShellThatIsRefusedIsToldOfAndEndsAManagedRun) {
+  installer_.addPayload("Sonoma");
+  whileEachActRefuses(^{
+    spy_.terminateSenders.clear();
+    [delegate_ installQuillmarkApplicationRMM];
+    EXPECT_EQ(spy_.terminateSenders, std::vector<id>{delegate_});
+    EXPECT_EQ(spy_.console.back(), "launch path not accessible");
+  });
 }
 
 }  // namespace

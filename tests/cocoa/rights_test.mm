@@ -43,6 +43,9 @@ TEST_F(CommonClass, CommandInfoHoldsTheRecordOfEachCommandThatNeedsARight) {
     @"authRightDefault" : @"allow",
     @"authRightDescription" : @"Install Quillmark is trying to install its components.",
   }]));
+  EXPECT_TRUE([[Common authorizationRightForCommand:@selector(install:authorization:withReply:)]
+      isEqualToString:[install objectForKey:@"authRightName"]]);
+  EXPECT_EQ([Common authorizationRightForCommand:@selector(getVersionWithReply:)], nil);
   NSDictionary *bind = [info objectForKey:@"bindToLowNumberPortAuthorization:withReply:"];
   EXPECT_TRUE(([bind isEqualToDictionary:@{
     @"authRightName" : @"com.example.apple-samplecode.EBAS.startWebService2",
@@ -79,13 +82,6 @@ TEST_F(CommonClass, TheWalkHandsOutEachRightWithItsRuleAndItsDescription) {
   }];
   EXPECT_TRUE([[NSSet setWithArray:walked] isEqualToSet:[NSSet setWithArray:[[Common commandInfo] allValues]]]);
   EXPECT_EQ([walked count], 2U);
-}
-
-TEST_F(CommonClass, TheRightOfAMessageIsFoundByItsSelector) {
-  EXPECT_TRUE([[Common authorizationRightForCommand:@selector(install:authorization:withReply:)]
-      isEqualToString:@"com.example.apple-samplecode.EBAS.install"]);
-  EXPECT_EQ([Common authorizationRightForCommand:@selector(getVersionWithReply:)], nil);
-  EXPECT_EQ([Common authorizationRightForCommand:@selector(connectWithEndpointReply:)], nil);
 }
 
 class Registering : public CommonClass {

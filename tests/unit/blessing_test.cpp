@@ -50,11 +50,12 @@ TEST(Blessing, AFalseResultWritesTheConsoleThenTheLogThenShowsTheAlertThenTermin
   EXPECT_EQ(mac.delegate->log, "error CFErrorDomainLaunchd / 4\n");
 }
 
-TEST(Blessing, EveryErrorEndsTheApplicationWhateverItsDomainOrCode) {
+TEST(Blessing, EveryErrorEndsTheApplicationWhateverItsDomainOrCodeAndTheAlertsAnswer) {
   for (const Error &error : {refusal("CFErrorDomainLaunchd", 2), refusal("NSOSStatusErrorDomain", -60006),
                              refusal("NSPOSIXErrorDomain", 1), refusal("(null)", 0)}) {
     FakeMac mac;
     mac.serviceManagement.refusal = error;
+    mac.alertPanel.answer = 0;
     installAction(mac.mac(), mac.delegate, nullptr);
     EXPECT_EQ(mac.journal.back(), "terminate") << error.domain;
   }
@@ -65,14 +66,6 @@ TEST(Blessing, TheAuthorizationIsHandedOnAsItStands) {
   const int authorization = 0;
   installAction(mac.mac(), mac.delegate, &authorization);
   EXPECT_EQ(mac.journal.front(), bless + " with an authorization");
-}
-
-TEST(Blessing, TheAlertsAnswerIsIgnored) {
-  FakeMac mac;
-  mac.serviceManagement.refusal = refusal("CFErrorDomainLaunchd", 4);
-  mac.alertPanel.answer = 0;
-  installAction(mac.mac(), mac.delegate, nullptr);
-  EXPECT_EQ(mac.journal.back(), "terminate");
 }
 
 }  // namespace

@@ -205,11 +205,6 @@ TEST_F(CommandChannel, ABindReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
   EXPECT_EQ(log(), "error NSPOSIXErrorDomain / 1\n");
 }
 
-TEST_F(CommandChannel, BindCarriesANullAuthorization) {
-  bind();
-  EXPECT_EQ(mac_.journal.back(), "send bind");
-}
-
 TEST_F(CommandChannel, BindCarriesTheDelegatesAuthorization) {
   mac_.delegate->externalAuthorization = std::make_shared<fake::FakeData>("<0badcafe>");
   bind();
@@ -235,13 +230,6 @@ TEST_F(CommandChannel, ACommandThatFindsTheFieldEmptySendsNothing) {
   EXPECT_TRUE(mac_.helperConnections.helper.sent.empty());
   EXPECT_EQ(log(), "");
   connection->setInvalidationHandler(nullptr);
-}
-
-TEST_F(CommandChannel, NothingTouchesTheLogBeforeTheMainQueueRuns) {
-  requestVersion();
-  takeSent().version("1");
-  invalidate();
-  EXPECT_EQ(mac_.delegate->log, "");
 }
 
 // Replies, errors and invalidations from many threads at once: nothing is lost, and each thread's order is kept.

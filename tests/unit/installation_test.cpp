@@ -130,6 +130,12 @@ TEST_F(Installation, ARepeatedInstallationDeletesTheWholeOldStagingFolderWithThe
   EXPECT_TRUE(logged("Directory Created"));
 }
 
+TEST_F(Installation, APlainFileAtTheStagingFoldersPathIsReplacedByAFolder) {
+  mac_.fileManager.addFile(staging, "a file");
+  install();
+  EXPECT_EQ(at(staging), "folder");
+}
+
 TEST_F(Installation, AStagingFolderThatCannotBeRemovedIsKeptAndNeitherLineIsLogged) {
   mac_.fileManager.addFile(staging + "/installationHelper.txt", "old marker");
   mac_.fileManager.addFile(staging + "/client.up.tunnelblick.sh", "old up");
@@ -146,13 +152,6 @@ TEST_F(Installation, AStagingFolderThatCannotBeRemovedIsKeptAndNeitherLineIsLogg
   EXPECT_EQ(at(staging + "/client.up.tunnelblick.sh"), "old up");
   EXPECT_EQ(at(staging + "/client.down.tunnelblick.sh"), "down");
   EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
-}
-
-TEST_F(Installation, APlainFileAtTheStagingFoldersPathIsReplacedByAFolder) {
-  mac_.fileManager.addFile(staging, "a file");
-  install();
-  EXPECT_EQ(at(staging), "folder");
-  EXPECT_TRUE(logged("Directory Created"));
 }
 
 TEST_F(Installation, AnExistingClientIsReplacedInBothPlaces) {
@@ -228,14 +227,11 @@ TEST_F(Installation, AMissingBundleResourceFailsOnlyItsOwnCopy) {
   EXPECT_EQ(mac_.journal.back(), "dispatchAsync");
 }
 
-TEST_F(Installation, ALicenceTextWithoutAHeadingStopsTheSequenceAtTheProbe) {
+TEST_F(Installation, AProbeThatFailsStopsTheSequence) {
   mac_.shellTask.outputs[fake::releaseCommand] = "";
   EXPECT_THROW(install(), std::out_of_range);
   EXPECT_EQ(at(systemCopy + "/Contents/Info.plist"), "the client");
   EXPECT_EQ(mac_.journal.back(), "sh " + fake::releaseCommand);
-}
-
-TEST_F(Installation, AShellThatDoesNotStartStopsTheSequenceAtTheProbe) {
   mac_.shellTask.shellIsMissing = true;
   EXPECT_THROW(install(), TaskLaunchError);
   EXPECT_EQ(mac_.journal.back(), "sh " + fake::releaseCommand);

@@ -42,13 +42,6 @@ TEST(LaunchMode, PartnerIDPresentAndTeamIDAbsentIsInteractiveAndPartnerIDIsNotEv
   EXPECT_FALSE(mac.delegate->managedLaunch);
 }
 
-TEST(LaunchMode, AnInteractiveLaunchSetsDidInstallToNo) {
-  FakeMac mac;
-  mac.delegate->installed = true;
-  launch(mac);
-  EXPECT_FALSE(mac.delegate->installed);
-}
-
 class ManagedLaunch : public testing::TestWithParam<std::pair<std::string, std::string>> {};
 
 TEST_P(ManagedLaunch, BothPresentInstallsAtOnceWithoutTheWindow) {

@@ -43,17 +43,12 @@ NSArray *NSSearchPathForDirectoriesInDomains(NSSearchPathDirectory directory, NS
 
 SINCE(10.0)
 @interface NSString : NSObject
-+ (id)stringWithFormat:(NSString *)format, ... NS_FORMAT_FUNCTION(1, 2) SINCE(10.0);
 + (id)stringWithCharacters:(const unichar *)characters length:(NSUInteger)length SINCE(10.0);
++ (id)stringWithFormat:(NSString *)format, ... NS_FORMAT_FUNCTION(1, 2) SINCE(10.0);
 - (id)initWithFormat:(NSString *)format arguments:(va_list)arguments NS_FORMAT_FUNCTION(1, 0) SINCE(10.0);
-- (id)initWithBytes:(const void *)bytes length:(NSUInteger)length encoding:(NSStringEncoding)encoding SINCE(10.3);
 - (id)initWithData:(NSData *)data encoding:(NSStringEncoding)encoding SINCE(10.0);
-- (NSData *)dataUsingEncoding:(NSStringEncoding)encoding SINCE(10.0);
 - (NSUInteger)length SINCE(10.0);
-- (unichar)characterAtIndex:(NSUInteger)index SINCE(10.0);
 - (void)getCharacters:(unichar *)buffer range:(NSRange)range SINCE(10.0);
-- (NSString *)substringFromIndex:(NSUInteger)index SINCE(10.0);
-- (NSString *)substringWithRange:(NSRange)range SINCE(10.0);
 - (BOOL)writeToFile:(NSString *)path
          atomically:(BOOL)atomically
            encoding:(NSStringEncoding)encoding
@@ -63,7 +58,6 @@ SINCE(10.0)
 SINCE(10.0)
 @interface NSMutableString : NSString
 + (id)string SINCE(10.0);
-- (void)appendString:(NSString *)string SINCE(10.0);
 - (void)appendFormat:(NSString *)format, ... NS_FORMAT_FUNCTION(1, 2) SINCE(10.0);
 @end
 
