@@ -37,7 +37,7 @@ class Exceptions : public testing::Test {
   static void whileEachActRefuses(void (^test)()) {
     const Method acts[] = {
       class_getClassMethod([NSPipe class], @selector(pipe)),
-      class_getInstanceMethod([NSTask class], @selector(setArguments:)),
+      class_getInstanceMethod([NSTask class], @selector(setStandardOutput:)),
       class_getInstanceMethod([NSTask class], @selector(launch)),
       class_getInstanceMethod(object_getClass([[NSPipe pipe] fileHandleForReading]), @selector(readDataToEndOfFile)),
     };
