@@ -135,12 +135,12 @@ struct Connection : std::enable_shared_from_this<Connection> {
     if (invalid) return;
     invalid = true;
     for (const auto &message : std::exchange(pending, {})) fail(*message);
-    Retained<NSObject> handler;
+    dispatch_block_t handler = nil;  // not retained: a handler that clears itself keeps itself alive
     {
       const std::lock_guard<std::mutex> lock(mutex);
-      handler = invalidationHandler;
+      handler = (dispatch_block_t)(id)invalidationHandler.get();
     }
-    if (handler.get() != nil) ((dispatch_block_t)(id)handler.get())();
+    if (handler != nil) handler();
   }
 
   void fail(Message &message) {
