@@ -2,7 +2,6 @@
 
 import os
 import plistlib
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -13,6 +12,8 @@ from support import REPOSITORY
 from support.tree import tree
 from support.waiting import DEADLINE_SECONDS, ending_with_us
 
+from mac_root import assembly
+
 MAC_ROOT = REPOSITORY / "tools/mac-root"
 BUILD = Path(os.environ.get("QUILLMARK_BUILD", REPOSITORY / "build/linux"))
 DISTRIBUTION = BUILD / "Quillmark Installer"
@@ -20,14 +21,16 @@ SECURITY = BUILD / "mac-root/Security"
 LIBRARIES = BUILD / "mac-root/libraries"  # of another processor, if the build is for one
 SKIPPED = BUILD / "skipped"  # says why, where there could be no build
 
-INSTALLER = "Quillmark Installer.app"
-EXECUTABLE = f"{INSTALLER}/Contents/MacOS/Quillmark Installer"
+INSTALLER, EXECUTABLE = assembly.INSTALLER, assembly.EXECUTABLE
 NOTHING_RUN = b"nothing can be run in the root"
 
 # Locks of the defaults; lists of the applications and services that there are, and of those that run.
-GNUSTEP_FILES_OF_USER = ["Library/Preferences/.lck", "Library/Services"]
+GNUSTEP_FILES_OF_USER = ["Library/Preferences/.lck", "Library/Preferences/.GNUstepDefaults",
+                         "Library/Preferences/.GNUstepDefaults.lck", "Library/Services"]
 GNUSTEP_TEMPORARY_FILES = ["NSMessagePort", "GSLaunchedApplications"]
 FONT_CACHE = "private/var/folders/xx/C/fontconfig"
+X_SOCKETS = "private/tmp/.X11-unix"
+CHANGEABLE = ["Applications", "Users", "private/tmp", "private/var/folders"]
 
 # The program ends as soon as the installer's standard input does, and not before, as what the installer started
 # outlives it on a Mac.
@@ -67,11 +70,7 @@ class Mac:
         self.places = dict(line.split(": ", 1) for line in assembled.stdout.splitlines())
 
     def remove(self):
-        for folder, subfolders, _ in os.walk(self.folder):
-            for name in subfolders:
-                if not os.path.islink(os.path.join(folder, name)):
-                    os.chmod(os.path.join(folder, name), 0o700)
-        shutil.rmtree(self.folder)
+        assembly.remove(self.folder)
 
     def start(self, display, arguments):
         """Starts the installer; what it writes and its exit status come by pipes."""
@@ -89,16 +88,12 @@ class Mac:
             raise RuntimeError(errors.decode())
         return session
 
-    def make_mount_points(self):
-        """Runs something in the root, so that mac-root adds what it needs for that."""
-        subprocess.run([sys.executable, MAC_ROOT, *self.options, *self.faults, "--display", ":0",
-                        "--program", "/usr/bin/true"], capture_output=True, check=False, timeout=DEADLINE_SECONDS)
-
-    def everything(self):
-        """All that lies in the root, but for GNUstep's own files."""
+    def everything(self, root=None):
+        """All that lies where the user may change something, but for GNUstep's own files and the displays of the host; also
+        as the root is seen from elsewhere."""
         own = [f"{self.home_inside}/{name}".lstrip("/") for name in GNUSTEP_FILES_OF_USER]
         own += [f"{self.temporary_inside}/{name}".lstrip("/") for name in GNUSTEP_TEMPORARY_FILES]
-        return tree(self.root, leave_out=[*own, FONT_CACHE])
+        return tree(root or self.root, leave_out=[*own, FONT_CACHE, X_SOCKETS], only=CHANGEABLE)
 
     # Places, on the host
 

@@ -16,10 +16,11 @@ class Item(NamedTuple):
     content: object
 
 
-def tree(folder, leave_out=()):
-    """Every item in the folder by its path in it: kind, mode, and content or where a link leads. {} without a folder."""
+def tree(folder, leave_out=(), only=("",)):
+    """Every item in the folder, or in only some folders of it, by its path in it: kind, mode, and content or where a link
+    leads. {} without a folder."""
     items = {}
-    for parent, folders, files in os.walk(folder):
+    for parent, folders, files in (walked for part in only for walked in os.walk(Path(folder, part))):
         for name in sorted(folders + files):
             path = Path(parent, name)
             inside = str(path.relative_to(folder))

@@ -115,7 +115,6 @@ class Failures(ManagedTest):
             self):
         mac = self.mac("--components", "missing")
         mac.put_older_installation()
-        mac.make_mount_points()
         before = mac.everything()
         installer = self.start(mac, *BOTH)
         installer.wait_for_alert(CRITICAL)

@@ -16,8 +16,8 @@ from pathlib import Path
 
 from support.installer import CRITICAL, console_lines
 from support.interface import TITLE
-from support.mac import BUILD, FONT_CACHE, GNUSTEP_FILES_OF_USER, GNUSTEP_TEMPORARY_FILES, MAC_ROOT, NOTHING_RUN, Mac
-from support.tree import differences, tree
+from support.mac import BUILD, MAC_ROOT, NOTHING_RUN, Mac
+from support.tree import differences
 from support.waiting import Lines, ending_with_us, until, within
 
 FAULTS = BUILD / "tests/torture/faults.so"
@@ -27,8 +27,6 @@ SIGNALS = [signal.SIGKILL, signal.SIGTERM, signal.SIGINT, signal.SIGHUP, signal.
 PROCESS = "Quillmark Installer"[:15]
 # GNUstep starts these once for all of the user's applications.
 DAEMONS = {"gdnc", "gpbs"}
-GNUSTEP_PREFERENCES = ["Library/Preferences/.GNUstepDefaults", "Library/Preferences/.GNUstepDefaults.lck"]
-X_SOCKETS = "private/tmp/.X11-unix"
 LAST_LINE = "-" * 19
 PAGE = os.sysconf("SC_PAGE_SIZE")
 # After so long somebody looks whether there is a window.
@@ -153,16 +151,8 @@ class Session:
         return console_lines(self.errors.lines[self.first_line:])
 
     def look(self):
-        """All that lies where the user may change something; not GNUstep's own files, nor the displays of the host."""
-        own = [f"{self.mac.home_inside}/{name}" for name in GNUSTEP_FILES_OF_USER + GNUSTEP_PREFERENCES]
-        own += [f"{self.mac.temporary_inside}/{name}" for name in GNUSTEP_TEMPORARY_FILES]
-        found = {}
-        for folder in ["Applications", "Users", "private/tmp", "private/var/folders"]:
-            # Through a process inside, who sees what lies on the small volume.
-            leave_out = [os.path.relpath(path.lstrip("/"), folder) for path in [*own, FONT_CACHE, X_SOCKETS]]
-            inside = tree(Path(f"/proc/{self.shell}/root", folder), leave_out)
-            found |= {f"{folder}/{path}": item for path, item in inside.items()}
-        return found
+        """Through a process inside, who sees what lies on the small volume."""
+        return self.mac.everything(Path(f"/proc/{self.shell}/root"))
 
     def wait_for_rest(self):
         """Until what the installer started has come to an end as well."""
