@@ -72,6 +72,9 @@ Image map(const std::string &path) {
       list >> import.symbol >> import.library >> import.slot >> import.addend;
     } else if (kind == "function") {
       list >> image.functions.emplace_back();
+    } else if (kind == "frame") {
+      Frame &frame = image.frames.emplace_back();
+      list >> frame.function >> frame.size >> frame.encoding >> frame.exceptionTable >> frame.personality;
     }
     if (!list) refuse("its list ends too early");
   }

@@ -30,6 +30,14 @@ struct Import {
   std::int64_t addend;
 };
 
+/// How an exception leaves a function.
+struct Frame {
+  std::uintptr_t function;  // the offset in the image, like the others
+  std::size_t size;
+  std::uint32_t encoding;  // see <mach-o/compact_unwind_encoding.h>
+  std::uintptr_t exceptionTable, personality;  // the second is where the pointer to the routine lies; or 0
+};
+
 struct Image {
   std::uintptr_t base = 0;
   std::uintptr_t entry = 0;
@@ -37,6 +45,7 @@ struct Image {
   std::vector<Section> constants;  // segments that are read-only once they are bound
   std::vector<Import> imports;
   std::vector<std::uintptr_t> functions;  // where each one starts, in order
+  std::vector<Frame> frames;
 
   /// Null when there is none of that name.
   const Section *find(std::string_view name) const;
