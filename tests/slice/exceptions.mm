@@ -52,7 +52,8 @@ Function *cxxFunction(const char *name) {
 }  // namespace
 
 void *cxxSymbol(const char *name) {
-  // They find their own symbols first. Else those of libstdc++ would mix in, which the stand-ins bring into the process.
+  // They find their own symbols first. Else those of libstdc++ would mix in, which the stand-ins bring into the
+  // process.
   static void *const libraries = [] {
     void *last = nullptr;
     for (const char *library : cxxLibraries) {

@@ -22,7 +22,8 @@ std::ifstream open(const std::string &path) {
 /// The bytes of the file from offset on; behind them zeroes.
 void place(const Section &segment, const std::string &file, std::size_t offset, std::size_t size, int protection) {
   auto *const start = reinterpret_cast<void *>(segment.address);
-  if (mmap(start, segment.size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0) != start) {
+  if (mmap(start, segment.size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED_NOREPLACE, -1, 0) !=
+      start) {
     refuse("something else is in the place of the segment " + segment.name);
   }
   std::memcpy(start, file.data() + offset, std::min(size, segment.size));

@@ -34,7 +34,7 @@ struct Import {
 struct Frame {
   std::uintptr_t function;  // the offset in the image, like the others
   std::size_t size;
-  std::uint32_t encoding;  // see <mach-o/compact_unwind_encoding.h>
+  std::uint32_t encoding;                      // see <mach-o/compact_unwind_encoding.h>
   std::uintptr_t exceptionTable, personality;  // the second is where the pointer to the routine lies; or 0
 };
 
@@ -57,7 +57,8 @@ extern const Image *running;
 /// Ends the process with status 125, having said why the executable cannot be run.
 [[noreturn]] void refuse(const std::string &reason);
 
-/// Beside the executable lies what list-image has written of it. The imports are not bound, and nothing has been called.
+/// Beside the executable lies what list-image has written of it. The imports are not bound, and nothing has been
+/// called.
 Image map(const std::string &path);
 
 /// Nothing is written any more to what is read-only once it is bound.

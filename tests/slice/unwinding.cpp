@@ -12,9 +12,9 @@ namespace quillmark::slice {
 
 namespace {
 
-/// What an .eh_frame section holds for a function that has saved its caller's frame pointer and lets its own point there,
-/// see "Exception Frames" in the Linux Standard Base and "Call Frame Instructions" in the DWARF standard. Of LEB128 there
-/// are single bytes only.
+/// What an .eh_frame section holds for a function that has saved its caller's frame pointer and lets its own point
+/// there, see "Exception Frames" in the Linux Standard Base and "Call Frame Instructions" in the DWARF standard. Of
+/// LEB128 there are single bytes only.
 struct [[gnu::packed]] Entry {
   std::uint32_t commonLength = offsetof(Entry, ownLength) - sizeof commonLength;
   std::uint32_t isCommon = 0;

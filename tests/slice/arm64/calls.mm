@@ -2,9 +2,9 @@
 // eight bytes each, and its va_list points to the next one. Debian's are in two kinds of registers first; a va_list of
 // Debian's that says that its registers are used up reads just what a Mac's caller has left.
 //
-// What else differs is met nowhere and not translated: a BOOL other than 0 and 1, of which a Mac looks at the lowest bit
-// and Debian at eight; arguments of less than 32 bits, which a Mac's caller extends and Debian's need not; and arguments
-// behind the eighth, which a Mac packs.
+// What else differs is met nowhere and not translated: a BOOL other than 0 and 1, of which a Mac looks at the lowest
+// bit and Debian at eight; arguments of less than 32 bits, which a Mac's caller extends and Debian's need not; and
+// arguments behind the eighth, which a Mac packs.
 
 #include "slice/loader.hpp"
 
@@ -140,7 +140,8 @@ const void *functionForImage(const std::string &symbol, const void *function) {
   if (symbol == "_NSLog") return reinterpret_cast<const void *>(&quillmarkLogOfMac);
   const bool constructs = symbol.find("C1E") != symbol.npos || symbol.find("C2E") != symbol.npos;
   const bool destroys = symbol.ends_with("D1Ev") || symbol.ends_with("D2Ev");
-  return function != nullptr && symbol.starts_with("__ZN") && (constructs || destroys) ? returningThis(function) : function;
+  return function != nullptr && symbol.starts_with("__ZN") && (constructs || destroys) ? returningThis(function)
+                                                                                       : function;
 }
 
 IMP methodForSystem(const char *selector, IMP method) {

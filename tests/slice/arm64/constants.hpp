@@ -11,12 +11,12 @@ namespace quillmark::slice {
 
 using VariableOffset = std::uint32_t;  // in an object
 
-/// The last one, and behind it those that it needs, have what the image takes of libc++. Not opened first, libc++ would use
-/// the other's strings.
+/// The last one, and behind it those that it needs, have what the image takes of libc++. Not opened first, libc++ would
+/// use the other's strings.
 constexpr const char *cxxLibraries[] = {"libc++.so.1", "libslice_strings.so"};
 
 using Instruction = std::uint32_t;
-constexpr Instruction breakpoint = 0xd4200000;  // brk #0
+constexpr Instruction breakpoint = 0xd4200000;    // brk #0
 constexpr std::size_t stopsBehindBreakpoint = 0;  // bytes
 inline auto &programCounter(ucontext_t &context) { return context.uc_mcontext.pc; }
 
@@ -40,7 +40,8 @@ void visitSavedRegisters(std::uint32_t encoding, Visit visit) {
   };
   std::uint32_t words = 3;
   // x19 to x28 and d8 to d15, the pairs that there are one below another
-  for (const auto &[bit, first] : {Pair{0, 19}, {1, 21}, {2, 23}, {3, 25}, {4, 27}, {8, 72}, {9, 74}, {10, 76}, {11, 78}}) {
+  for (const auto &[bit, first] :
+       {Pair{0, 19}, {1, 21}, {2, 23}, {3, 25}, {4, 27}, {8, 72}, {9, 74}, {10, 76}, {11, 78}}) {
     if ((encoding >> bit & 1) == 0) continue;
     visit(first, words++);
     visit(first + 1, words++);

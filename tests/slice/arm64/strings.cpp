@@ -7,8 +7,8 @@
 #include <string>
 
 template class std::basic_string<char>;
-template std::string std::operator+ <char, std::char_traits<char>, std::allocator<char>>(const char *,
-                                                                                       const std::string &);
+template std::string std::operator+
+    <char, std::char_traits<char>, std::allocator<char>>(const char *, const std::string &);
 
 namespace {
 

@@ -15,7 +15,7 @@ using VariableOffset = std::uint64_t;  // in an object
 constexpr const char *cxxLibraries[] = {"libc++.so.1"};
 
 using Instruction = std::uint8_t;
-constexpr Instruction breakpoint = 0xcc;      // int3
+constexpr Instruction breakpoint = 0xcc;          // int3
 constexpr std::size_t stopsBehindBreakpoint = 1;  // bytes
 inline auto &programCounter(ucontext_t &context) { return context.uc_mcontext.gregs[REG_RIP]; }
 
