@@ -1,5 +1,4 @@
-"""The releases of macOS, by the one thing from which the installer knows them: the heading of the licence that the Setup
-Assistant shows.
+"""The releases of macOS, by what the installer knows them by: the heading of the licence that the Setup Assistant shows.
 
 The probe takes what follows the last "macOS " of that line, without the line's last character, for the name of the
 release. Which character that is differs, and so a release may have another name here than in the world.
@@ -7,7 +6,7 @@ release. Which character that is differs, and so a release may have another name
 
 from typing import NamedTuple
 
-# What the probe read on the text of a real system; and what follows from Apple's naming or from another program's tests.
+# What the probe read on a real system's text; and what follows from Apple's naming or from another program's tests.
 MEASURED, INFERRED = "measured on a sample", "inferred"
 INTEL, APPLE_SILICON = "x86_64", "arm64"
 BY_PROCESSOR = {INTEL: "osIntel", APPLE_SILICON: "osM1"}

@@ -104,7 +104,7 @@ class Payload(ScratchFolder):
         code = f"{GUARDS}/Ventura/QuillmarkGuard/bin/wireguard"
         for content, reason in [
                 (intel, "no code for Apple silicon"), (product.EXECUTABLE.read_bytes(), "it is not signed"),
-                (signed.replace(b"ABCDE12345", b"ZZZZZ99999"), "of team ZZZZZ99999, the installer's of team ABCDE12345"),
+                (signed.replace(b"ABCDE12345", b"ZZZZZ99999"), "team ZZZZZ99999, the installer's of team ABCDE12345"),
                 (signature.signed(product.EXECUTABLE.read_bytes(), HOW[0], signature.ADHOC, *HOW[2:]), "of no team"),
                 (signed[:5000], "damaged"), (b"\xce\xfa\xed\xfe" + bytes(100), "not for 64-bit")]:
             self.assert_found(lambda payload: (payload / code).write_bytes(content), code, reason)
@@ -112,8 +112,9 @@ class Payload(ScratchFolder):
         self.assertEqual(self.check("--release").stderr, "")
 
     def thin(self, executable, architecture):
-        subprocess.run(["llvm-lipo-19", executable, "-thin", architecture, "-output", self.scratch / "thin"], check=True)
-        return (self.scratch / "thin").read_bytes()
+        thin = self.scratch / "thin"
+        subprocess.run(["llvm-lipo-19", executable, "-thin", architecture, "-output", thin], check=True)
+        return thin.read_bytes()
 
     def test_a_client_without_a_ticket_is_an_error_for_a_release_and_a_warning_otherwise(self):
         ticket = f"{CONTENTS}/CodeResources"

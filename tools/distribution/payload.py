@@ -166,7 +166,7 @@ def expected_team(resources):
 def client_doubts(resources, team):
     contents = f"{CLIENT}/Contents"
     if not (resources / contents / "CodeResources").exists():
-        yield f"{contents}/CodeResources", "no ticket is stapled to the client, whose first start is often without network"
+        yield f"{contents}/CodeResources", "no ticket is stapled to the client, which often starts first without network"
     policy = information(resources / CLIENT).get("NSUpdateSecurityPolicy")
     allowed = policy.get("AllowProcesses") if isinstance(policy, dict) else None
     by_team = allowed.items() if isinstance(allowed, dict) else []
