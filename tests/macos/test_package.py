@@ -2,7 +2,6 @@
 
 import os
 import plistlib
-import shutil
 import stat
 import subprocess
 import zipfile
@@ -127,17 +126,6 @@ class RefusedDistributions(PackedCopy):
                 make(components / name)
                 self.assert_refused(message)
                 (components / name).unlink()
-
-    def test_an_incomplete_or_damaged_distribution(self):
-        (self.copy / "components/ta.key").unlink()
-        self.assert_refused("the payload is not complete", "components/ta.key")
-        (self.copy / "components/ta.key").write_text("")
-        self.change(INFORMATION, CFBundleVersion="../../1.0.0")
-        self.assert_refused("has no version, but ")
-        (self.copy / INFORMATION).write_bytes(b"rubbish")
-        self.assert_refused("Info.plist is no property list")
-        shutil.rmtree(self.copy / "components")
-        self.assert_refused("this is no distribution: the folder components is missing")
 
 
 class HostileArchives(ScratchFolder):

@@ -10,10 +10,7 @@ from pathlib import Path
 from support import REPOSITORY
 
 MODULE = """
-import sys
-import unittest
-
-
+import sys, unittest
 class Case(unittest.TestCase):
     def test_one(self):
         {}

@@ -61,8 +61,8 @@ RELEASE_FILES = {
 
 # Each type of an .icns element that holds a PNG with the pixels of its side; the four others are of the first systems.
 ICON_PNGS = {"ic07": 128, "ic08": 256, "ic09": 512, "ic10": 1024, "ic11": 32, "ic12": 64, "ic13": 256, "ic14": 512}
-ICON_OTHERS = ["is32", "il32", "s8mk", "l8mk"]
 RGBA = 6
+ICON_OTHERS = ["is32", "il32", "s8mk", "l8mk"]
 
 
 def files_below(folder):
@@ -134,7 +134,7 @@ class Icon(unittest.TestCase):
         self.assertEqual(sorted(elements), sorted([*ICON_OTHERS, *ICON_PNGS]))
         for kind, side in ICON_PNGS.items():
             with self.subTest(kind):
-                header = struct.pack(">8sI4sIIBBBBB", b"\x89PNG\r\n\x1a\n", 13, b"IHDR", side, side, 8, RGBA, 0, 0, 0)
+                header = struct.pack(">8sI4s2I5B", b"\x89PNG\r\n\x1a\n", 13, b"IHDR", side, side, 8, RGBA, 0, 0, 0)
                 self.assertTrue(elements[kind].startswith(header))
 
 
