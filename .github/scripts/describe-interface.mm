@@ -140,6 +140,11 @@ static void describe(id object) {
     SEL action = [(NSMenuItem *)object action];
     print(object, @"action", action == NULL ? @"nothing" : NSStringFromSelector(action));
   }
+  if ([object isKindOfClass:[NSButtonCell class]] && [[(NSButtonCell *)object attributedTitle] length] > 0) {
+    NSDictionary *attributes = [[(NSButtonCell *)object attributedTitle] attributesAtIndex:0 effectiveRange:NULL];
+    print(object, @"title's colour", textOf([attributes objectForKey:NSForegroundColorAttributeName]));
+    print(object, @"title's underline", textOf([attributes objectForKey:NSUnderlineStyleAttributeName]));
+  }
   for (NSString *binding in [[object exposedBindings] sortedArrayUsingSelector:@selector(compare:)]) {
     NSDictionary *bound = [object infoForBinding:binding];
     if (bound == nil) continue;

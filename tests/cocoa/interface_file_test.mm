@@ -47,9 +47,12 @@ TEST_F(InterfaceFile, SendsEveryActionToTheDelegate) {
   expectAction(menuItem(@"Bind Low Port"), @selector(bindAction:));
 }
 
-TEST_F(InterfaceFile, TheHelperMenuCarriesItsItemsAndNothingElse) {
+TEST_F(InterfaceFile, TheHelpersCommandsAreBelowHelpUnderALineThatSaysWhoTheyAreFor) {
   NSMenu *menu = [menuItem(@"Install Helper (Quits If It Fails)") menu];
-  EXPECT_EQ([menu numberOfItems], 3);
+  EXPECT_TRUE([[menu title] isEqualToString:@"Help"]);
+  EXPECT_EQ([menu numberOfItems], 4);
+  EXPECT_EQ([menu itemAtIndex:0], menuItem(@"Helper Tool, for Support Only"));
+  EXPECT_FALSE([[menu itemAtIndex:0] action]);
 }
 
 TEST_F(InterfaceFile, TheDelegateIsTheApplications) { EXPECT_EQ([NSApp delegate], delegate_); }

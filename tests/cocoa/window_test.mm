@@ -53,8 +53,8 @@ class Window : public LoadedInterface {
     return nil;
   }
 
-  NSString *const waitText_ = @"Installing can take a minute. The window does not react meanwhile.";
-  NSString *const finishedText_ = @"The installer has finished. The button opens Quillmark.";
+  NSString *const waitText_ = @"Installing can take a minute.\nThe window does not react meanwhile.";
+  NSString *const finishedText_ = @"The installer has finished.\nThe button opens Quillmark.";
 };
 
 TEST_F(Window, AtAnInteractiveLaunchTheButtonReadsInstallBoldCentredInTheDefaultColour) {
@@ -80,14 +80,51 @@ TEST_F(Window, TheTitleHasTheColourThatItIsGiven) {
   EXPECT_NEAR([color alphaComponent], 0.7, 1e-6);
 }
 
-TEST_F(Window, TheBoxAloneSaysWhatATickAgreesTo) {
-  NSString *const sentence = @"I agree to the Terms & Conditions and the Privacy Policy";
-  EXPECT_TRUE([[delegate_.checkboxOutlet title] isEqualToString:sentence]);
+TEST_F(Window, TheLabelBesideTheBoxTheLinksAndTheLabelBetweenThemAreOneSentenceOnOneLine) {
+  NSArray *const parts =
+      @[ delegate_.TCLabel, delegate_.linkBtnOutlet, delegate_.andText, delegate_.privacyTextOutlet ];
+  NSMutableArray *const words = [NSMutableArray array];
+  const NSRect box = [delegate_.checkboxOutlet frame];
+  CGFloat left = NSMinX(box);
+  for (NSControl *part in parts) {
+    [words addObject:[part isKindOfClass:[NSButton class]] ? [(NSButton *)part title] : [part stringValue]];
+    EXPECT_NEAR(NSMidY([part frame]), NSMidY(box), 1);
+    EXPECT_GT(NSMinX([part frame]), left);
+    left = NSMinX([part frame]);
+    EXPECT_LE([[part cell] cellSize].width, NSWidth([part frame])) << [[words lastObject] UTF8String];
+  }
+  EXPECT_TRUE([[words componentsJoinedByString:@" "]
+      isEqualToString:@"I agree to the Terms & Conditions and the Privacy Policy"]);
+  EXPECT_LT(NSMaxX([delegate_.TCLabel frame]) - NSMaxX(box), 4) << "a click on the label ticks the box";
+}
+
+TEST_F(Window, TheLinksAreUnderlinedAndInAColourThatIsNotTheTexts) {
+  for (NSButton *link in @[ delegate_.linkBtnOutlet, delegate_.privacyTextOutlet ]) {
+    NSDictionary *attributes = [[link attributedTitle] attributesAtIndex:0 effectiveRange:nullptr];
+    EXPECT_EQ([[attributes objectForKey:NSUnderlineStyleAttributeName] intValue], NSUnderlineStyleSingle);
+    NSColor *color =
+        [[attributes objectForKey:NSForegroundColorAttributeName] colorUsingColorSpaceName:NSCalibratedRGBColorSpace];
+    EXPECT_GT([color blueComponent], [color redComponent] + 0.5);
+  }
+}
+
+TEST_F(Window, MadeLargerItGivesTheLogTheRoomAndItMayNotBeMadeSmaller) {
+  NSView *content = [delegate_.window contentView];
+  NSView *log = [delegate_.textView enclosingScrollView];
+  const NSSize size = [content frame].size;
+  EXPECT_TRUE(NSEqualSizes([delegate_.window contentMinSize], size));
+  const NSRect logBefore = [log frame];
+  const NSRect buttonBefore = [installButton() frame];
+  const NSRect boxBefore = [delegate_.checkboxOutlet frame];
+  [delegate_.window setContentSize:NSMakeSize(size.width + 200, size.height + 100)];
+  EXPECT_TRUE(NSEqualSizes([log frame].size, NSMakeSize(NSWidth(logBefore) + 200, NSHeight(logBefore) + 100)));
+  EXPECT_TRUE(NSEqualRects([installButton() frame], NSOffsetRect(buttonBefore, 200, 0)));
+  EXPECT_TRUE(NSEqualRects([delegate_.checkboxOutlet frame], NSOffsetRect(boxBefore, 0, 100)));
 }
 
 TEST_F(Window, TheTabKeyWalksAllControlsFromTheBoxDownAndBackToIt) {
   NSArray *const expected = @[
-    delegate_.checkboxOutlet, delegate_.linkBtnOutlet, delegate_.privacyTextOutlet, installButton(), delegate_.textView
+    delegate_.checkboxOutlet, delegate_.linkBtnOutlet, delegate_.privacyTextOutlet, delegate_.textView, installButton()
   ];
   NSMutableArray *const walked = [NSMutableArray array];
   NSView *view = (NSView *)[delegate_.window initialFirstResponder];

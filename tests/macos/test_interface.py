@@ -56,14 +56,10 @@ class CompiledInterface(unittest.TestCase):
                 for part, below in zip(listed, found[key], strict=True):
                     cls.match(part, below)
 
-    def objects(self):
-        """The elements that are objects, which is what has an identifier and is no connection."""
-        for element in self.document.iter():
-            if element.get("id") and self.above[element].tag != "connections":
-                yield element
-
     def test_every_object_of_the_file_is_there_once_and_nothing_else(self):
-        self.assertEqual({element.get("id") for element in self.objects()}, set(self.found))
+        objects = {element.get("id") for element in self.document.iter()
+                   if element.get("id") and self.above[element].tag != "connections"}
+        self.assertEqual(objects, set(self.found))
         found = [each for each in self.found.values() if each not in (None, self.nib.owner)]
         self.assertEqual(len(set(found)), len(found))
         self.assertEqual(set(found), set(self.nib.parents))
@@ -77,14 +73,12 @@ class CompiledInterface(unittest.TestCase):
                 self.assertEqual(found["NSClassName"], element.get("customClass"))
 
     def test_every_object_belongs_to_what_it_stands_in(self):
-        expected, actual = {}, {}
         for element, found in self.compared:
             above = self.above[element]
             while above.tag != "objects" and not above.get("id"):
                 above = self.above[above]
-            expected[element.get("id")] = self.nib.owner if above.tag == "objects" else self.found[above.get("id")]
-            actual[element.get("id")] = self.nib.parents[found]
-        self.assertEqual(actual, expected)
+            parent = self.nib.owner if above.tag == "objects" else self.found[above.get("id")]
+            self.assertEqual(self.nib.parents[found], parent, element.get("id"))
 
     def test_every_connection_is_made_and_no_other(self):
         expected = []
@@ -117,24 +111,85 @@ class CompiledInterface(unittest.TestCase):
         for element, found in self.compared:
             with self.subTest(element.get("id")):
                 if found.class_name in titles:
-                    self.assertEqual(found[titles[found.class_name]], element.get("title", ""))
+                    title = element.findtext("string[@key='title']", element.get("title", ""))
+                    self.assertEqual(found[titles[found.class_name]], title)
                 frame = element.find("rect[@key='frame']")
                 if frame is not None:
-                    numbers = [float(frame.get(name)) for name in ("x", "y", "width", "height")]
+                    numbers = [frame.get(name).removesuffix(".0") for name in ("x", "y", "width", "height")]
                     text = found.get("NSFrame") or "{{0, 0}, " + found["NSFrameSize"] + "}"
-                    self.assertEqual([float(part.strip("{} ")) for part in text.split(",")], numbers)
+                    self.assertEqual([part.strip("{} ") for part in text.split(",")], numbers)
                     frames += 1
         self.assertGreater(frames, 10)
 
     def test_every_object_and_connector_has_a_number_of_its_own(self):
-        numbered = [*self.nib.data["NSOidsKeys"], *self.nib.data["NSAccessibilityOidsKeys"]]
-        self.assertEqual(set(numbered), {self.nib.owner, *self.nib.parents, *self.nib.connectors, *self.nib.spoken})
-        self.assertEqual([*self.nib.data["NSOidsValues"], *self.nib.data["NSAccessibilityOidsValues"]],
-                         list(range(1, len(numbered) + 1)))
+        keys, numbers = ([*self.nib.data[f"NSOids{what}"], *self.nib.data[f"NSAccessibilityOids{what}"]]
+                         for what in ("Keys", "Values"))
+        self.assertEqual(set(keys), {self.nib.owner, *self.nib.parents, *self.nib.connectors, *self.nib.spoken})
+        self.assertEqual(numbers, list(range(1, len(keys) + 1)))
 
-    def test_return_presses_the_install_button(self):
-        keys = {cell["NSContents"]: cell["NSKeyEquivalent"] for cell in self.nib.all("NSButtonCell")}
-        self.assertEqual({title: key for title, key in keys.items() if key}, {"Install": "\r"})
+    def test_every_control_has_a_text_that_voiceover_can_read_out(self):
+        spoken = {each["AXDestinationArchiveKey"] for each in self.nib.spoken}
+        for control in ("NSButton", "NSImageView", "NSTextField", "NSTextView"):
+            self.assertTrue(self.nib.all(control))
+            for found in self.nib.all(control):
+                self.assertTrue(found in spoken or found["NSCell"]["NSContents"], found)
+
+    def test_return_presses_the_install_button_and_only_that_has_the_bezel_of_a_push_button(self):
+        cells = self.nib.all("NSButtonCell")
+        self.assertEqual([cell["NSContents"] for cell in cells if cell["NSKeyEquivalent"] == "\r"], ["Install"])
+        rounded = [cell for cell in cells if cell["NSButtonFlags2"] & 0x2F == 1]
+        self.assertEqual([(cell["NSContents"], cell["NSButtonFlags"] & 0xFFFFFFFF) for cell in rounded],
+                         [("Install", 0x86804000)])
+
+    def test_the_links_are_underlined_in_the_systems_link_colour_or_in_blue_where_there_is_none(self):
+        links = [cell for cell in self.nib.all("NSButtonCell") if "NSAttributedTitle" in cell]
+        self.assertEqual([cell["NSContents"] for cell in links], ["Terms & Conditions", "Privacy Policy"])
+        for cell in links:
+            title, color = cell["NSAttributedTitle"], cell["NSAttributedTitle"]["NSAttributes"]["NSColor"]
+            self.assertEqual(title["NSString"], cell["NSContents"])
+            self.assertEqual(title["NSAttributes"],
+                             {"NSColor": color, "NSFont": cell["NSSupport"], "NSUnderline": 1})
+            self.assertEqual((color["NSColorName"], color["NSColor"]["NSRGB"]), ("linkColor", b"0 0 1\0"))
+
+    def test_all_type_is_the_systems_by_its_role(self):
+        fonts = {tuple(found["NSSupport"][key] for key in ("NSName", "NSSize", "NSfFlags"))
+                 for found in self.nib.parents if "NSSupport" in found}
+        self.assertEqual(fonts, {(".AppleSystemUIFont", 13.0, 0x414), (".AppleSystemUIFont", 11.0, 0xC1C),
+                                 (".AppleSystemUIFontBold", 13.0, 0x818)})
+
+    def test_every_object_has_the_keys_that_those_of_its_class_have_in_apples_nibs(self):
+        view = {"NSvFlags", "NSNextResponder", "NSSuperview", "NSFrame"}
+        control = view | {"NSEnabled", "NSCell", "NSAllowsLogicalLayoutDirection"}
+        cell = {"NSCellFlags", "NSCellFlags2", "NSContents"}
+        expected = {
+            "NSWindowTemplate": {
+                "NSWindowStyleMask", "NSWindowBacking", "NSWTFlags", "NSWindowRect", "NSScreenRect", "NSWindowTitle",
+                "NSWindowClass", "NSViewClass", "NSUserInterfaceItemIdentifier", "NSWindowView", "NSMinSize",
+                "NSMaxSize", "NSWindowContentMinSize", "NSMinFullScreenContentSize", "NSMaxFullScreenContentSize",
+                "NSWindowIsRestorable"},
+            "NSTextField": control | {"NSTextFieldAlignmentRectInsetsVersion"},
+            "NSTextFieldCell": cell | {"NSControlView", "NSSupport", "NSTextColor", "NSBackgroundColor"},
+            "NSButton": control,
+            "NSButtonCell": cell | {
+                "NSControlView", "NSSupport", "NSButtonFlags", "NSButtonFlags2", "NSKeyEquivalent",
+                "NSAlternateContents", "NSPeriodicDelay", "NSPeriodicInterval"},
+            "NSImageView": control | {"NSEditable", "NSDragTypes"},
+            "NSImageCell": cell | {"NSAlign", "NSScale", "NSStyle", "NSAnimates"},
+            "NSScrollView": view | {
+                "NSsFlags", "NSContentView", "NSNextKeyView", "NSHScroller", "NSVScroller", "NSSubviews",
+                "NSMagnification", "NSMinMagnification", "NSMaxMagnification"},
+            "NSClipView": view | {
+                "NSDocView", "NSNextKeyView", "NSSubviews", "NSAutomaticallyAdjustsContentInsets", "NScvFlags",
+                "NSBGColor", "NSCursor"},
+            "NSScroller": view | {
+                "NSTarget", "NSAction", "NSControlTarget", "NSControlAction", "NSAllowsLogicalLayoutDirection"},
+            "NSTextView": view - {"NSFrame"} | {
+                "NSFrameSize", "NSMaxSize", "NSTVFlags", "NSDelegate", "NSTextContainer", "NSSharedData"}}
+        sometimes = {"NSAlternateImage", "NSAttributedTitle", "NSsFlags"}
+        for class_name, keys in expected.items():
+            self.assertTrue(self.nib.all(class_name), class_name)
+            for found in self.nib.all(class_name):
+                self.assertEqual(found.keys() - (sometimes - keys), keys, found)
 
 
 class Bundles(unittest.TestCase):

@@ -24,8 +24,9 @@ class InterfaceDescription(ScratchFolder):
                          ('<outlet property="andText" destination="And-Te-lbl"',
                           '<outlet property="andText" destination="Rea-Th-lbl"'),
                          ('keyPath="installButtonTitle"', 'keyPath="title"'),
-                         ('x="98" y="406"', 'x="99" y="406"'),
-                         ('title="Helper Version"', 'title="Helper version"')):
+                         ('x="98" y="256"', 'x="99" y="256"'),
+                         ('title="Helper Version"', 'title="Helper version"'),
+                         ('<color key="NSColor" name="linkColor"', '<color key="NSColor" name="controlTextColor"')):
             with self.subTest(old):
                 self.assertIn(old, text)
                 # An old and a new line, or two of each: a control and its cell tell the same action.

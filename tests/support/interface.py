@@ -36,4 +36,4 @@ PRIVACY_LINK = "Privacy Link"
 INSTALL_BUTTON = "Install Button"
 FINISHED_LABEL = "Finished Label"  # in the place of the one on how long it takes
 ACTIVITY_LOG = "Activity Log Scroll View"
-TERMS_CONTROLS = [CHECKBOX, "Read Label", TERMS_LINK, "And Label", PRIVACY_LINK]
+TERMS_CONTROLS = [CHECKBOX, "Terms Label", TERMS_LINK, "And Label", PRIVACY_LINK]

@@ -2,8 +2,6 @@
 
 import plistlib
 
-LISTS = ("NSArray", "NSMutableArray", "NSMutableSet")
-
 
 class Archived:
     """An object of the archive, whose values are looked up by their keys."""
@@ -11,6 +9,7 @@ class Archived:
     def __init__(self, objects, place):
         self.objects = objects
         self.place = place
+        self.values = objects[place]
 
     def __eq__(self, other):
         return isinstance(other, Archived) and self.place == other.place
@@ -22,24 +21,20 @@ class Archived:
         return f"{self.class_name} {self.place}"
 
     def __contains__(self, key):
-        return key in self.objects[self.place]
+        return key in self.values
 
     def __getitem__(self, key):
-        return self.resolved(self.objects[self.place][key])
+        return self.resolved(self.values[key])
 
     def keys(self):
-        return self.objects[self.place].keys() - {"$class"}
+        return self.values.keys() - {"$class"}
 
     def get(self, key, default=None):
         return self[key] if key in self else default
 
     @property
     def class_name(self):
-        return self.class_names[0]
-
-    @property
-    def class_names(self):
-        return self.objects[self.objects[self.place]["$class"].data]["$classes"]
+        return self.objects[self.values["$class"].data]["$classname"]
 
     def resolved(self, value):
         if isinstance(value, list):
@@ -50,19 +45,15 @@ class Archived:
         if not isinstance(entry, dict):
             return None if value.data == 0 else entry
         found = Archived(self.objects, value.data)
-        if found.class_name in LISTS:
+        if found.class_name in ("NSArray", "NSMutableArray", "NSMutableSet"):
             return found["NS.objects"]
-        if found.class_name == "NSDictionary":
-            return dict(zip(found["NS.keys"], found["NS.objects"]))
-        return found
+        return dict(zip(found["NS.keys"], found["NS.objects"])) if found.class_name == "NSDictionary" else found
 
 
 class Nib:
     def __init__(self, content):
         archive = plistlib.loads(content)
-        self.top = archive["$top"]
-        self.objects = archive["$objects"]
-        self.data = Archived(self.objects, self.top["IB.objectdata"].data)
+        self.data = Archived(archive["$objects"], archive["$top"]["IB.objectdata"].data)
         self.owner = self.data["NSRoot"]
         self.connectors = self.data["NSConnections"]
         self.spoken = self.data["NSAccessibilityConnectors"]
@@ -70,7 +61,3 @@ class Nib:
 
     def all(self, class_name):
         return [found for found in self.parents if found.class_name == class_name]
-
-    def only(self, class_name):
-        found, = self.all(class_name)
-        return found

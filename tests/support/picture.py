@@ -1,5 +1,6 @@
 """What is on the screen."""
 
+import collections
 import functools
 import struct
 import zlib
@@ -77,17 +78,21 @@ class Picture:
         return Picture(self.width, self.height, [bytes(line) for line in lines])
 
     def save(self, path):
-        """Writes the picture as PNG."""
-        raw = bytearray()
-        for line in self.lines:
-            coloured = bytearray(self.width * 3)
-            for channel in range(3):
-                coloured[channel::3] = line[2 - channel::BYTES_PER_PIXEL]
-            raw += b"\0" + coloured
-        header = struct.pack(">IIBBBBB", self.width, self.height, 8, 2, 0, 0, 0)
+        """Writes the picture as PNG, in its 256 commonest colours: of the others each becomes the nearest of these."""
+        pixels = [colour for _, _, colour in self.pixels()]
+        palette = [colour for colour, _ in collections.Counter(pixels).most_common(256)]
+
+        @functools.cache
+        def nearest(pixel):
+            return min(range(len(palette)), key=lambda index: sum((a - b) ** 2 for a, b in zip(pixel, palette[index])))
+
+        raw = b"".join(b"\0" + bytes(map(nearest, pixels[start:start + self.width]))
+                       for start in range(0, len(pixels), self.width))
+        header = struct.pack(">IIBBBBB", self.width, self.height, 8, 3, 0, 0, 0)
         path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw, 9)) +
-                         chunk(b"IEND", b""))
+        path.write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
+                         chunk(b"PLTE", b"".join(colour[::-1] for colour in palette)) +
+                         chunk(b"IDAT", zlib.compress(raw, 9)) + chunk(b"IEND", b""))
 
 
 def chunk(kind, data):

@@ -1,4 +1,4 @@
-"""The Helper menu on a Mac without a helper tool and on one with it, and the hand-over of the installation to it."""
+"""The helper's commands on a Mac with a helper tool and on one without, and the hand-over of the installation to it."""
 
 import shutil
 import tempfile
@@ -28,7 +28,7 @@ class Blessing(LogTest):
         mac = self.mac()
         installer = self.open(mac)
         before = mac.everything()
-        installer.choose("Helper", "Install Helper (Quits If It Fails)")
+        installer.choose("Help", "Install Helper (Quits If It Fails)")
         alert = installer.wait_for_alert(CRITICAL)
         self.assertEqual(installer.console(), [REFUSAL])
         self.desktop.move_window(alert, 0, 40)
@@ -44,7 +44,7 @@ class Blessing(LogTest):
 class CommandChannel(LogTest):
     def test_a_version_request_writes_the_error_then_the_end_of_the_connection_and_the_installer_keeps_running(self):
         installer = self.open(self.mac())
-        installer.choose("Helper", "Helper Version")
+        installer.choose("Help", "Helper Version")
         self.wait_for_log(installer, 2)
         self.assertTrue(installer.is_running())
         self.assertEqual(installer.console(), [])
@@ -56,14 +56,14 @@ class CommandChannel(LogTest):
     def test_the_command_after_an_invalidated_connection_opens_a_new_one_and_says_nothing_about_the_old_one(self):
         installer = self.open(self.mac())
         for lines, command in [(2, "Helper Version"), (4, "Bind Low Port"), (6, "Helper Version")]:
-            installer.choose("Helper", command)
+            installer.choose("Help", command)
             self.wait_for_log(installer, lines)
         self.assertEqual(installer.read_activity_log(), UNDELIVERED * 3)
 
     def test_an_installation_after_a_failed_request_ends_as_usual_and_keeps_the_log(self):
         mac = self.mac()
         installer = self.open(mac)
-        installer.choose("Helper", "Helper Version")
+        installer.choose("Help", "Helper Version")
         self.wait_for_log(installer, 2)
         installer.install()
         self.assertEqual(installer.read_activity_log(), UNDELIVERED)
@@ -88,7 +88,7 @@ class HelperTest(LogTest):
         """The console has these lines, the log the error that the helper was told to answer with, and nothing more comes
         before the next answer."""
         self.wait_for_log(installer, 1)
-        installer.choose("Helper", "Helper Version")
+        installer.choose("Help", "Helper Version")
         self.wait_for_log(installer, 2)
         self.assertEqual(installer.console(), console)
         self.assertEqual(installer.read_activity_log(), "error NSPOSIXErrorDomain / 13\nversion = 2.0\n")
@@ -98,7 +98,7 @@ class Answers(HelperTest):
     def test_each_blessing_logs_success_and_the_installer_keeps_running(self):
         installer = self.open(self.mac())
         for lines in [1, 2]:
-            installer.choose("Helper", "Install Helper (Quits If It Fails)")
+            installer.choose("Help", "Install Helper (Quits If It Fails)")
             self.wait_for_log(installer, lines)
         self.assertEqual(installer.console(), [])
         self.assertEqual(self.alerts_ever_shown(), [])
@@ -107,16 +107,16 @@ class Answers(HelperTest):
 
     def test_the_version_and_the_two_handles_are_logged(self):
         installer = self.open(self.mac())
-        installer.choose("Helper", "Helper Version")
+        installer.choose("Help", "Helper Version")
         self.wait_for_log(installer, 1)
-        installer.choose("Helper", "Bind Low Port")
+        installer.choose("Help", "Bind Low Port")
         self.wait_for_log(installer, 2)
         self.assertEqual(installer.console(), ["helper: bind with (null)"])
         self.assertEqual(installer.read_activity_log(), "version = 2.0\nIPv4 = 0, IPv6 = 2\n")
 
     def test_a_bind_that_is_refused_logs_its_error_only(self):
         installer = self.open(self.mac(), "-refusal", "13")
-        installer.choose("Helper", "Bind Low Port")
+        installer.choose("Help", "Bind Low Port")
         self.assert_only_refusal(installer, ["helper: bind with (null)"])
 
 

@@ -3,28 +3,13 @@
 import plistlib
 
 SUPERCLASSES = {
-    "NSMutableArray": "NSArray",
-    "NSMutableSet": "NSSet",
-    "NSMutableString": "NSString",
-    "NSMutableAttributedString": "NSAttributedString",
-    "NSTextStorage": "NSMutableAttributedString",
-    "NSView": "NSResponder",
-    "NSControl": "NSView",
-    "NSButton": "NSControl",
-    "NSImageView": "NSControl",
-    "NSScroller": "NSControl",
-    "NSTextField": "NSControl",
-    "NSClipView": "NSView",
-    "NSScrollView": "NSView",
-    "NSText": "NSView",
-    "NSTextView": "NSText",
-    "NSActionCell": "NSCell",
-    "NSButtonCell": "NSActionCell",
-    "NSTextFieldCell": "NSActionCell",
-    "NSImageCell": "NSCell",
-    "NSNibBindingConnector": "NSNibConnector",
-    "NSNibControlConnector": "NSNibConnector",
-    "NSNibOutletConnector": "NSNibConnector",
+    "NSMutableArray": "NSArray", "NSMutableSet": "NSSet", "NSMutableString": "NSString", "NSTextView": "NSText",
+    "NSMutableAttributedString": "NSAttributedString", "NSTextStorage": "NSMutableAttributedString",
+    "NSView": "NSResponder", **dict.fromkeys(["NSClipView", "NSControl", "NSScrollView", "NSText"], "NSView"),
+    **dict.fromkeys(["NSButton", "NSImageView", "NSScroller", "NSTextField"], "NSControl"),
+    **dict.fromkeys(["NSActionCell", "NSImageCell"], "NSCell"),
+    **dict.fromkeys(["NSButtonCell", "NSTextFieldCell"], "NSActionCell"),
+    **dict.fromkeys(["NSNibBindingConnector", "NSNibControlConnector", "NSNibOutletConnector"], "NSNibConnector"),
 }
 
 
@@ -36,47 +21,33 @@ class Node(dict):
         self.class_name = class_name
 
 
-def array(items, class_name="NSArray"):
+def array(items, class_name="NSMutableArray"):
     return Node(class_name, **{"NS.objects": items})
-
-
-def mutable_array(items):
-    return array(items, "NSMutableArray")
 
 
 def dictionary(**values):
     return Node("NSDictionary", **{"NS.keys": list(values), "NS.objects": list(values.values())})
 
 
-def class_names(name):
-    """The class and those that it inherits from."""
-    return [name] if name == "NSObject" else [name, *class_names(SUPERCLASSES.get(name, "NSObject"))]
-
-
 def keyed_archive(top):
     """The archive as a binary property list: the same bytes for the same objects."""
-    objects, places = ["$null"], {}
+    objects, places = ["$null"], {(type(None), None): plistlib.UID(0)}
 
     def place(identity, value):
         if identity not in places:
             places[identity] = plistlib.UID(len(objects))
             objects.append(value)
+            if isinstance(value, Node):
+                entry = objects[-1] = {}  # before its values, which may lead back to it
+                entry.update({key: encoded(key, item) for key, item in value.items()})
+                names = [value.class_name]
+                while names[-1] != "NSObject":
+                    names.append(SUPERCLASSES.get(names[-1], "NSObject"))
+                entry["$class"] = place(("class", names[0]), {"$classname": names[0], "$classes": names})
         return places[identity]
 
     def reference(value):
-        if value is None:
-            return plistlib.UID(0)
-        if not isinstance(value, Node):
-            return place((type(value), value), value)
-        if id(value) in places:
-            return places[id(value)]
-        entry = {}
-        uid = place(id(value), entry)  # before its values, which may lead back to it
-        for key, item in value.items():
-            entry[key] = encoded(key, item)
-        names = class_names(value.class_name)
-        entry["$class"] = place(("class", names[0]), {"$classname": names[0], "$classes": names})
-        return uid
+        return place(id(value) if isinstance(value, Node) else (type(value), value), value)
 
     def encoded(key, value):
         if isinstance(value, list):
@@ -87,6 +58,5 @@ def keyed_archive(top):
             return value
         return reference(value)
 
-    entries = {key: encoded(key, value) for key, value in top.items()}
-    return plistlib.dumps({"$version": 100000, "$archiver": "NSKeyedArchiver", "$top": entries, "$objects": objects},
-                          fmt=plistlib.FMT_BINARY, sort_keys=True)
+    return plistlib.dumps({"$version": 100000, "$archiver": "NSKeyedArchiver", "$objects": objects,
+                           "$top": {key: encoded(key, value) for key, value in top.items()}}, fmt=plistlib.FMT_BINARY)

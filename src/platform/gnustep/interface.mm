@@ -3,6 +3,8 @@
 #import <AppKit/AppKit.h>
 #import <GNUstepGUI/GSTheme.h>
 
+#include <objc/runtime.h>
+
 /// The box of a switch. GNUstep's own picture is made for a darker window: on this one half of its edges are lost.
 @interface QuillmarkSwitch : NSObject
 @end
@@ -48,6 +50,58 @@
 
 @end
 
+namespace {
+
+/// What GNUstep has for a method that is replaced here.
+id (*makeFont)(id cls, SEL selector, NSString *name, CGFloat size);
+void (*drawButton)(id theme, SEL selector, NSRect frame, NSCell *cell, NSView *view, int style,
+                   GSThemeControlState state);
+
+template <typename Function>
+void replace(Method method, Function *&original, Function *replacement) {
+  IMP former = method_setImplementation(method, reinterpret_cast<IMP>(reinterpret_cast<void *>(replacement)));
+  original = reinterpret_cast<Function *>(reinterpret_cast<void *>(former));
+}
+
+/// By this name a nib calls the bold system font, which GNUstep would make a plain one.
+id makeFontByAppleName(id cls, SEL selector, NSString *name, CGFloat size) {
+  if ([name isEqualToString:@".AppleSystemUIFontBold"]) return [NSFont boldSystemFontOfSize:size];
+  return makeFont(cls, selector, name, size);
+}
+
+/// A push button as AppKit draws it: smaller than its frame, so that it is seen how it stands to its neighbours.
+void drawPushButton(id theme, SEL selector, NSRect frame, NSCell *cell, NSView *view, int style,
+                    GSThemeControlState state) {
+  if (style != NSRoundedBezelStyle) {
+    drawButton(theme, selector, frame, cell, view, style, state);
+    return;
+  }
+  const CGFloat below = [view isFlipped] ? 4.5 : 7.5;
+  const NSRect bezel = NSMakeRect(NSMinX(frame) + 6.5, NSMinY(frame) + below, NSWidth(frame) - 13, 20);
+  NSBezierPath *const edge = [NSBezierPath bezierPathWithRoundedRect:bezel xRadius:4.5 yRadius:4.5];
+  [(state == GSThemeHighlightedState ? [NSColor lightGrayColor] : [NSColor whiteColor]) set];
+  [edge fill];
+  [[NSColor grayColor] set];
+  [edge stroke];
+}
+
+}  // namespace
+
+@interface NSButtonCell (QuillmarkInterface)
+@end
+
+@implementation NSButtonCell (QuillmarkInterface)
+
+/// GNUstep does not look for the attributed title that a nib has for a button.
+- (id)awakeAfterUsingCoder:(NSCoder *)coder {
+  if ([coder containsValueForKey:@"NSAttributedTitle"]) {
+    [self setAttributedTitle:[coder decodeObjectForKey:@"NSAttributedTitle"]];
+  }
+  return self;
+}
+
+@end
+
 @interface NSApplication (QuillmarkInterface)
 @end
 
@@ -59,6 +113,8 @@
     // in the place of the interface file's.
     [[NSUserDefaults standardUserDefaults] registerDefaults:@{
       @"GSSuppressAppIcon" : @"YES",
+      @"NSFont" : @"NimbusSans-Regular",
+      @"NSBoldFont" : @"NimbusSans-Bold",
       @"NSInterfaceStyleDefault" : @"NSMacintoshInterfaceStyle",
       @"windowBackgroundColor" : @"0.93 0.93 0.93",
       @"controlBackgroundColor" : @"0.97 0.97 0.97",
@@ -73,6 +129,12 @@
 
     [QuillmarkSwitch nameImage:@"GSSwitch" drawnBy:@selector(drawBox:)];
     [QuillmarkSwitch nameImage:@"GSSwitchSelected" drawnBy:@selector(drawTickedBox:)];
+
+    replace(class_getClassMethod([NSFont class], @selector(fontWithName:size:)), makeFont, makeFontByAppleName);
+    replace(class_getInstanceMethod([GSTheme class], @selector(drawButton:in:view:style:state:)), drawButton,
+            drawPushButton);
+    [[NSColorList colorListNamed:@"System"] setColor:[NSColor colorWithCalibratedRed:0 green:0.41 blue:0.85 alpha:1]
+                                              forKey:@"linkColor"];
 
     // Else the interface file's binding of the title is ignored. After the defaults, because this already makes
     // AppKit read its colours.
