@@ -14,8 +14,8 @@ TRAPS = {
     "link_to_a_secret": lambda mac, place: place.symlink_to(SECRET),
     "link_to_nothing": lambda mac, place: place.symlink_to("/private/etc/planted"),
     "link_to_a_folder": lambda mac, place: place.symlink_to("/private/etc/ssh"),
-    "pipe": lambda mac, place: os.mkfifo(place),
-    "sparse_file": lambda mac, place: (place.touch(), os.truncate(place, 4 << 30)),
+    "pipe": lambda mac, place: (os.mkfifo(place), place.chmod(0o666)),
+    "sparse_file": lambda mac, place: (place.touch(), place.chmod(0o666), os.truncate(place, 4 << 30)),
     "hard_link": lambda mac, place: place.hardlink_to(mac.at(SECRET)),
     "folder_of_roots": lambda mac, place: (place.mkdir(0o700), (place / "inside").write_text("root's\n")),
 }
