@@ -6,8 +6,9 @@ import subprocess
 
 from support import REPOSITORY
 from support.fleet import CLIENT, DOMAIN, KIT, STATE, FleetTest, set_version
+from support.mac import EXECUTABLE
 
-LICENCE = ("/System/Library/CoreServices/Setup Assistant.app/Contents/Resources/en.lproj/OSXSoftwareLicense.rtf")
+LICENCE = "/System/Library/CoreServices/Setup Assistant.app/Contents/Resources/en.lproj/OSXSoftwareLicense.rtf"
 HELPER = f"{DOMAIN}.Helper"
 
 
@@ -98,13 +99,6 @@ class Verdicts(FleetTest):
         self.assert_status(mac.run("status", "--for-release", "a;b"), 64)
         self.assert_status(mac.run("status", "--everything"), 64)
 
-    def test_with_nobody_at_the_screen_say_so(self):
-        mac = self.furnished_mac()
-        mac.put_at_screen("root")
-        report = mac.run("status", "--at-screen", "--json")
-        self.assertEqual(json.loads(report.output), {"kit": "1.0", "package": "1.0", "people": [], "verdict": "nobody"})
-        self.assert_status(report, 0)
-
 
 class Identifiers(FleetTest):
     def test_are_what_a_profile_or_root_has_set_and_never_what_the_person_has(self):
@@ -126,11 +120,21 @@ class Versions(FleetTest):
         mac = self.furnished_mac()
         for place in [CLIENT, "/Users/ann/Applications/Quillmark.app"]:
             set_version(mac.at(place), "2.0")
-        mac.put_at_screen("ann")
         self.assert_status(mac.install_package("1.1"), 0)
         for place in [CLIENT, "/Users/ann/Applications/Quillmark.app"]:
             self.assertIn(b"<string>2.0", mac.at(f"{place}/Contents/Info.plist").read_bytes())
         self.assert_verdict(mac.run("status", "--at-screen"), "complete")
+
+
+class Agent(FleetTest):
+    def test_ends_an_installer_that_does_not_end_by_itself(self):
+        mac = self.furnished_mac()
+        subprocess.run(["rm", "-r", mac.home / "Quillmark_Components"], check=True)
+        script = mac.at(f"{KIT}/at-login")
+        script.write_text(script.read_text().replace("limitInSeconds=300", "limitInSeconds=1"))
+        mac.write(f"{KIT}/{EXECUTABLE}", "#!/bin/sh\nexec sleep 60\n")
+        self.assertLess(mac.run("at-login", user="ann").seconds, 15)
+        self.assertIn("the installer ended with the status 143", mac.log_of("ann"))
 
 
 class Postinstall(FleetTest):
@@ -145,6 +149,9 @@ class Postinstall(FleetTest):
             self.assert_status(mac.install_package(), 0)
         self.assertEqual(mac.everything_else(), before)
         self.assert_verdict(mac.run("status"), "not-installed")
+        report = mac.run("status", "--at-screen", "--json")
+        self.assertEqual(json.loads(report.output), {"kit": "1.0", "package": "1.0", "people": [], "verdict": "nobody"})
+        self.assert_status(report, 0)
 
 
 class Removal(FleetTest):

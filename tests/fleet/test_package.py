@@ -12,7 +12,6 @@ import unittest
 import uuid
 from pathlib import Path
 
-from support import REPOSITORY
 from support.fleet import AGENT, CLIENT, DOMAIN, KIT, MAKE_FLEET_ROOT
 from support.mac import DISTRIBUTION, INSTALLER
 
@@ -57,23 +56,21 @@ class Root(PackageTest):
                                (f"{KIT}/components/WGComponents", DISTRIBUTION / "components/WGComponents")]:
             subprocess.run(["diff", "-r", "--no-dereference", root / inside[1:], source], check=True)
 
-    def test_is_not_made_of_what_is_no_distribution_or_onto_what_is_there(self):
-        with tempfile.TemporaryDirectory() as folder:
-            for distribution, made, reason in [(Path(folder), self.made, "is missing"), (DISTRIBUTION, REPOSITORY, "in the way")]:
-                ran = subprocess.run([sys.executable, MAKE_FLEET_ROOT, distribution, made], capture_output=True, text=True,
-                                     check=False)
-                self.assertEqual((ran.returncode, reason in ran.stderr), (1, True), ran.stderr)
-
     def test_takes_neither_pipes_nor_links_that_lead_out(self):
         with tempfile.TemporaryDirectory() as folder:
-            subprocess.run(["cp", "-R", "-P", DISTRIBUTION, f"{folder}/distribution"], check=True)
-            trap = Path(folder, "distribution/components/WGComponents/trap")
-            for plant, reason in [(lambda: os.mkfifo(trap), "neither a file"), (lambda: trap.symlink_to("/etc/passwd"), "leads to")]:
+            distribution, made = Path(folder, "distribution"), Path(folder, "made")
+            subprocess.run(["cp", "-R", "-P", DISTRIBUTION, distribution], check=True)
+            trap = distribution / "components/WGComponents/trap"
+            for plant, source, reason in [
+                    (lambda: None, Path(folder), "is missing"), (lambda: os.mkfifo(trap), distribution, "neither a file"),
+                    (lambda: (trap.unlink(), trap.symlink_to("/etc/passwd")), distribution, "leads to"),
+                    (lambda: made.mkdir(exist_ok=True), distribution, "in the way")]:
                 plant()
-                ran = subprocess.run([sys.executable, MAKE_FLEET_ROOT, f"{folder}/distribution", f"{folder}/{reason}"],
-                                     capture_output=True, text=True, check=False)
+                ran = subprocess.run([sys.executable, MAKE_FLEET_ROOT, source, made], capture_output=True, text=True,
+                                     check=False)
                 self.assertEqual((ran.returncode, reason in ran.stderr), (1, True), ran.stderr)
-                trap.unlink()
+                if reason != "leads to":
+                    subprocess.run(["rm", "-rf", made], check=True)
 
 
 class PropertyLists(PackageTest):

@@ -10,7 +10,6 @@ import subprocess
 import sys
 import time
 import unittest
-from pathlib import Path
 from typing import NamedTuple
 
 from support import REPOSITORY
