@@ -4,8 +4,8 @@
 
 #import <AppKit/AppKit.h>
 
-#import "app/AppDelegate.h"
 #import "HelperToolProtocol.h"
+#import "app/AppDelegate.h"
 #import "platform/gnustep/mach_services.h"
 
 @interface Helper : NSObject <HelperToolProtocol>
