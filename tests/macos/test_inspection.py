@@ -97,6 +97,8 @@ class Damage(DistributionCopy):
                 (executable, "a_signature_is_aligned_and_the_last_of_its_slice", "", self.write, thin + bytes(16)),
                 (executable, BOTH_DIGESTS, "[2]", lambda: self.sign(digests=signature.DIGESTS[1:])),
                 (executable, BOTH_DIGESTS, "hardened runtime", lambda: self.sign(flags=0)),
+                (executable, BOTH_DIGESTS, "signed by nobody",
+                 lambda: self.sign(flags=macho.HARDENED_RUNTIME | macho.ADHOC)),
                 (executable, "a_signed_bundle_has_no_entitlement_that_would_open_the_hardened_runtime", "0xfade7171",
                  lambda: self.sign(entitlements={"com.apple.security.cs.allow-jit": True})),
                 (classes, "the_delegate_has_its_variables_in_order", "_andTexu",

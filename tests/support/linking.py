@@ -12,11 +12,10 @@ def run(command, **options):
     return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=500, **options)
 
 
-def link(architecture, target, *options, sdk=product.SDK):
+def link(architecture, target, *options):
     """The outcome of the linker, which writes to the target."""
     listed = run(["ninja", "-C", TREES[architecture], "-t", "commands", "src/Quillmark Installer"]).stdout
     command = listed.rstrip().splitlines()[-1].removeprefix(": && ").removesuffix(" && :")
-    words = [str(target) if word == "src/Quillmark Installer" else word.replace(str(product.SDK), str(sdk))
-             for word in shlex.split(command)]
+    words = [str(target) if word == "src/Quillmark Installer" else word for word in shlex.split(command)]
     assert str(target) in words, command
     return run([*words, *options], cwd=TREES[architecture])

@@ -1,30 +1,19 @@
 """Signs a copy of the application as somebody with a certificate would, as far as the inspection can tell.
 
-There is no certificate: the signature has both kinds of digest, the flags and the seal of a real one, and an empty place
-where Apple's tools put the cryptographic part. No Mac would take it for anything.
-
-The structures are those of xnu's <kern/cs_blobs.h>.
+There is no certificate: the signature has both kinds of digest, the flags and the seal of a real one, and an empty
+place where Apple's tools put the cryptographic part. The structures are those of xnu's <kern/cs_blobs.h>.
 """
 
 import hashlib
 import plistlib
 import struct
 
-FAT_MAGIC = 0xCAFEBABE
-LC_SEGMENT_64 = 0x19
-LC_CODE_SIGNATURE = 0x1D
+from inspection.macho import ADHOC, CODE_DIRECTORY, EMBEDDED_SIGNATURE, FAT_MAGIC, HARDENED_RUNTIME
 
-EMBEDDED_SIGNATURE = 0xFADE0CC0
-CODE_DIRECTORY = 0xFADE0C02
-CMS_WRAPPER = 0xFADE0B01
-ENTITLEMENTS = 0xFADE7171
+LC_SEGMENT_64, LC_CODE_SIGNATURE = 0x19, 0x1D
+CMS_WRAPPER, ENTITLEMENTS = 0xFADE0B01, 0xFADE7171
 CODE_DIRECTORY_SLOT, ENTITLEMENTS_SLOT, ALTERNATE_SLOT, CMS_SLOT = 0, 5, 0x1000, 0x10000
-VERSION = 0x20400
-HEADER_SIZE = 88
-PAGE_BITS = 12
-
-ADHOC = 0x2
-HARDENED_RUNTIME = 0x10000
+VERSION, HEADER_SIZE, PAGE_BITS = 0x20400, 88, 12
 TEAM = "ABCDE12345"
 DIGESTS = [(1, hashlib.sha1), (2, hashlib.sha256)]  # the older one first, for systems that know no other
 
