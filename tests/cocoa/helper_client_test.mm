@@ -299,28 +299,6 @@ TEST_F(HelperClient, AFailedInstallReplyLeavesOnlyItsErrorLine) {
   EXPECT_FALSE(delegate_.didInstall);
 }
 
-/// What lies in the temporary folder, which is handed to the helper.
-std::string staged(const std::string &name) {
-  return contentsOf(std::string([NSTemporaryDirectory() UTF8String]) + "/" + name);
-}
-
-TEST_F(HelperClient, RunTwiceInARowTheSecondRunReplacesEveryStagedItem) {
-  registerHelper();
-  for (const std::string version : {"first", "second"}) {
-    installer_.addResource("Quillmark.app/Contents/Info.plist", version);
-    installer_.addResource("client.up.tunnelblick.sh", version);
-    installer_.addResource("client.down.tunnelblick.sh", version);
-    installer_.addComponent("ca.crt", version + " ca");
-    [delegate_ installQuillmarkApplication2];
-    EXPECT_EQ(staged("Quillmark.app/Contents/Info.plist"), version);
-    EXPECT_EQ(staged("Quillmark.app/Quillmark.app/Contents/Info.plist"), "");
-    EXPECT_EQ(staged("client.up.tunnelblick.sh"), version);
-    EXPECT_EQ(staged("client.down.tunnelblick.sh"), version);
-    EXPECT_EQ(staged("ca.crt"), version + " ca");
-  }
-  EXPECT_EQ(log(2), "success\nsuccess\n");
-}
-
 // An invalidation overtakes the answers that are still on their way; every command ends in one line all the same.
 TEST_F(HelperClient, EveryCommandIsAnsweredWhileOtherThreadsInvalidateItsConnection) {
   constexpr std::size_t rounds = 50;

@@ -55,19 +55,8 @@ bool isUTF8(const std::string &bytes) {
 }
 
 std::string name(Control control) {
-  switch (control) {
-    case Control::andText:
-      return "andText";
-    case Control::privacyTextOutlet:
-      return "privacyTextOutlet";
-    case Control::checkboxOutlet:
-      return "checkboxOutlet";
-    case Control::linkBtnOutlet:
-      return "linkBtnOutlet";
-    case Control::TCLabel:
-      return "TCLabel";
-  }
-  return "no such control";
+  const char *const names[] = {"andText", "privacyTextOutlet", "checkboxOutlet", "linkBtnOutlet", "TCLabel"};
+  return names[static_cast<int>(control)];
 }
 
 }  // namespace
@@ -444,10 +433,7 @@ void FakeDelegate::setDidInstall(bool didInstall) {
   installed = didInstall;
 }
 
-void FakeDelegate::setIsRMMLaunch() {
-  record("isRMMLaunch = 1");
-  managedLaunch = true;
-}
+void FakeDelegate::setIsRMMLaunch() { record("isRMMLaunch = 1"); }
 
 void FakeDelegate::setInstallButtonTitle(const std::string &text, const std::optional<Color> &color) {
   std::ostringstream act;

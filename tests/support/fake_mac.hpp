@@ -336,7 +336,6 @@ class FakeDelegate final : public Delegate, Recording {
   bool forgetsConnections = false;
   std::shared_ptr<Data> externalAuthorization;
   bool installed = false;
-  bool managedLaunch = false;
   std::optional<std::string> title;
   int boxState = 0;
   std::set<std::string> hidden;

@@ -38,16 +38,6 @@ TEST(ActivityLog, ABurstOfAppendsAllAppearInOrder) {
   EXPECT_EQ(mac.delegate->log, expected);
 }
 
-TEST(ActivityLog, APendingAppendKeepsTheDelegateAliveUntilItHasRun) {
-  FakeMac mac;
-  const std::weak_ptr<Delegate> delegate = mac.delegate;
-  logText(mac.mainQueue, mac.delegate, "text");
-  mac.delegate.reset();
-  EXPECT_FALSE(delegate.expired());
-  mac.mainQueue.run();
-  EXPECT_TRUE(delegate.expired());
-}
-
 std::string loggedError(const std::string &domain, long code) {
   FakeMac mac;
   logError(mac.mainQueue, mac.delegate, {.domain = domain, .code = code, .localizedDescription = "not shown"});

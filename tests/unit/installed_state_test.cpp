@@ -42,16 +42,6 @@ TEST(WindowAfterInstall, ThePostedUpdateNeverRunsInsideTheCall) {
   EXPECT_EQ(mac.journal, windowUpdate);
 }
 
-TEST(WindowAfterInstall, ThePostedUpdateKeepsTheDelegateAliveUntilItHasRun) {
-  FakeMac mac;
-  const std::weak_ptr<Delegate> delegate = mac.delegate;
-  postUpdateWindowAfterInstall(mac.mainQueue, mac.delegate);
-  mac.delegate.reset();
-  EXPECT_FALSE(delegate.expired());
-  mac.mainQueue.run();
-  EXPECT_TRUE(delegate.expired());
-}
-
 }  // namespace
 
 }  // namespace quillmark

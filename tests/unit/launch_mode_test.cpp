@@ -23,7 +23,6 @@ TEST(LaunchMode, WithoutTeamIDAndPartnerIDTheWindowIsShownWithInstall) {
   FakeMac mac;
   EXPECT_EQ(launch(mac), windowShown);
   EXPECT_EQ(mac.userDefaults.asked, std::vector<std::string>{"has teamID"});
-  EXPECT_FALSE(mac.delegate->managedLaunch);
 }
 
 TEST(LaunchMode, TeamIDPresentAndPartnerIDAbsentIsAnInteractiveLaunch) {
@@ -31,7 +30,6 @@ TEST(LaunchMode, TeamIDPresentAndPartnerIDAbsentIsAnInteractiveLaunch) {
   mac.userDefaults.values["teamID"] = "T2";
   EXPECT_EQ(launch(mac), windowShown);
   EXPECT_EQ(mac.userDefaults.asked, (std::vector<std::string>{"has teamID", "has partnerID"}));
-  EXPECT_FALSE(mac.delegate->managedLaunch);
 }
 
 TEST(LaunchMode, PartnerIDPresentAndTeamIDAbsentIsInteractiveAndPartnerIDIsNotEvenRead) {
@@ -39,7 +37,6 @@ TEST(LaunchMode, PartnerIDPresentAndTeamIDAbsentIsInteractiveAndPartnerIDIsNotEv
   mac.userDefaults.values["partnerID"] = "P1";
   EXPECT_EQ(launch(mac), windowShown);
   EXPECT_EQ(mac.userDefaults.asked, std::vector<std::string>{"has teamID"});
-  EXPECT_FALSE(mac.delegate->managedLaunch);
 }
 
 class ManagedLaunch : public testing::TestWithParam<std::pair<std::string, std::string>> {};
@@ -56,7 +53,6 @@ TEST_P(ManagedLaunch, BothPresentInstallsAtOnceWithoutTheWindow) {
   EXPECT_EQ(journal.back(), "terminate");
   for (const std::string &windowAct : windowShown) EXPECT_FALSE(fake::contains(journal, windowAct)) << windowAct;
   EXPECT_EQ(mac.delegate->title, std::nullopt);
-  EXPECT_TRUE(mac.delegate->managedLaunch);
   EXPECT_EQ(mac.fileManager.at("/Applications/Quillmark.app/Contents/Info.plist"), "the client");
 }
 

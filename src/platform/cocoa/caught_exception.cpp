@@ -10,9 +10,9 @@ CaughtException callAndCatch(const std::function<void()> &behaviour) {
   try {
     behaviour();
   } catch (const TaskLaunchError &error) {
-    return {.kind = CaughtException::Kind::nsException, .exception = error.exception};
+    return {.exception = error.exception};
   } catch (const std::out_of_range &error) {
-    return {.kind = CaughtException::Kind::outOfRange, .reason = error.what()};
+    return {.outOfRange = error.what()};
   }
   return {};
 }

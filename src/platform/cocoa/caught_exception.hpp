@@ -2,18 +2,14 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace quillmark::cocoa {
 
-/// What behaviour threw.
+/// What behaviour threw, if it did: why something was out of range, or the platform's own NSException.
 struct CaughtException {
-  enum class Kind { none, outOfRange, nsException };
-
-  Kind kind = Kind::none;
-  /// Why something was out of range.
-  std::string reason = {};
-  /// The platform's own NSException.
+  std::optional<std::string> outOfRange = std::nullopt;
   std::shared_ptr<const void> exception = nullptr;
 };
 

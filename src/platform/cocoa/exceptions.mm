@@ -13,14 +13,10 @@ namespace {
 /// Autoreleased, because raising it leaves every scope. Nil if the behaviour returned.
 NSException *exceptionOf(const std::function<void()> &behaviour) {
   const CaughtException caught = callAndCatch(behaviour);
-  switch (caught.kind) {
-    case CaughtException::Kind::none:
-      return nil;
-    case CaughtException::Kind::outOfRange:
-      return [NSException exceptionWithName:NSRangeException reason:string(caught.reason) userInfo:nil];
-    case CaughtException::Kind::nsException:
-      return [[static_cast<NSException *>(const_cast<void *>(caught.exception.get())) retain] autorelease];
+  if (caught.outOfRange) {
+    return [NSException exceptionWithName:NSRangeException reason:string(*caught.outOfRange) userInfo:nil];
   }
+  return [[static_cast<NSException *>(const_cast<void *>(caught.exception.get())) retain] autorelease];
 }
 
 }  // namespace
