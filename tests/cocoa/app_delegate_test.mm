@@ -1,12 +1,14 @@
 #import "app/AppDelegate.h"
 
 #include <gtest/gtest.h>
+#include <objc/runtime.h>
 
 #import "cocoa/support/app_kit_spy.h"
 #import "cocoa/support/bare_text_view.h"
 #import "cocoa/support/installer_folder.h"
 #import "cocoa/support/live_objects.h"
 #import "cocoa/support/main_loop.h"
+#include "support/marker.hpp"
 
 /// Notes who brings it forward.
 @interface FrontWindow : NSWindow {
@@ -115,7 +117,7 @@ TEST_F(DelegateTest, AnInstallationPlacesEverythingAndTheWindowChangesOnlyAfterI
   [delegate_ installQuillmarkApplication];
   EXPECT_FALSE(delegate_.didInstall);
   EXPECT_GT([delegate_ retainCount], before) << "what is posted keeps the delegate";
-  expectInstalled("Device\nyes");
+  expectInstalled(fake::interactiveMarker);
   serveMainQueue();
   EXPECT_TRUE(delegate_.didInstall);
   EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Launch Quillmark"]);
@@ -127,7 +129,7 @@ TEST_F(DelegateTest, AManagedInstallationPlacesTheSameWithItsOwnMarkerAndEndsThe
   setLaunchDefaults(@{@"teamID" : @"T2", @"partnerID" : @42});
   [delegate_ installQuillmarkApplicationRMM];
   EXPECT_EQ(spy_.terminateSenders, std::vector<id>{delegate_});
-  expectInstalled("Rmm\n42\nT2\nyes");
+  expectInstalled(fake::managedMarker("42", "T2"));
   serveMainQueue();
   EXPECT_FALSE(delegate_.didInstall);
   EXPECT_EQ(delegate_.installButtonTitle, nil);
@@ -141,9 +143,9 @@ TEST_F(DelegateTest, EachMarkerIsWrittenWhenItsMessageIsSent) {
                        attributes:nil
                             error:nullptr];
   [delegate_ writeToTextFile];
-  EXPECT_EQ(installer_.installed("~/Quillmark_Components/installationHelper.txt"), "Device\nyes");
+  EXPECT_EQ(installer_.installed("~/Quillmark_Components/installationHelper.txt"), fake::interactiveMarker);
   [delegate_ writeToTextFileRMM];
-  EXPECT_EQ(installer_.installed("~/Quillmark_Components/installationHelper.txt"), "Rmm\nP1\nT2\nyes");
+  EXPECT_EQ(installer_.installed("~/Quillmark_Components/installationHelper.txt"), fake::managedMarker("P1", "T2"));
 }
 
 TEST_F(DelegateTest, TheNameOfTheReleaseIsTheCallers) {
@@ -206,27 +208,28 @@ TEST_F(DelegateTest, ALaunchAndAClickLeaveNoObjectBehind) {
 
 TEST_F(DelegateTest, AnOutletWhoseControlIsGoneIsNil) {
   if (getenv("QUILLMARK_SLICE") == nullptr) GTEST_SKIP() << "the gcc runtime has no weak references";
-  NSDictionary *outlets = @{
-    @"termsAndConditionsText" : [NSTextField class],
-    @"tac" : [NSTextField class],
-    @"TACText" : [NSTextFieldCell class],
-    @"TCCheckBoxOutlet" : [NSButtonCell class],
-    @"termsAndConditionsTextField" : [NSTextField class],
-    @"checkboxOutlet" : [NSButton class],
-    @"linkBtnOutlet" : [NSButton class],
-    @"TCLabel" : [NSTextField class],
-    @"andText" : [NSTextField class],
-    @"privacyTextOutlet" : [NSButton class],
-  };
-  for (NSString *outlet in outlets) {
-    id control = [[[outlets objectForKey:outlet] alloc] init];
+  unsigned count = 0;
+  Ivar *const variables = class_copyIvarList([AppDelegate class], &count);
+  int outlets = 0;
+  for (unsigned i = 0; i < count; ++i) {
+    // @"NSButton"; the window and the log's view are not weak.
+    const std::string type = ivar_getTypeEncoding(variables[i]);
+    Class cls = type[0] == '@' ? objc_getClass(type.substr(2, type.size() - 3).c_str()) : Nil;
+    const bool isControl = [cls isSubclassOfClass:[NSControl class]] || [cls isSubclassOfClass:[NSCell class]];
+    if (!isControl) continue;
+    ++outlets;
+    NSString *name = [[NSString stringWithUTF8String:ivar_getName(variables[i])]
+        stringByTrimmingCharactersInSet:[NSCharacterSet characterSetWithCharactersInString:@"_"]];
+    id control = [[cls alloc] init];
     @autoreleasepool {
-      [delegate_ setValue:control forKey:outlet];
-      EXPECT_EQ([delegate_ valueForKey:outlet], control) << [outlet UTF8String];
+      [delegate_ setValue:control forKey:name];
+      EXPECT_EQ([delegate_ valueForKey:name], control) << [name UTF8String];
     }
     [control release];
-    EXPECT_EQ([delegate_ valueForKey:outlet], nil) << [outlet UTF8String];
+    EXPECT_EQ([delegate_ valueForKey:name], nil) << [name UTF8String];
   }
+  free(variables);
+  EXPECT_EQ(outlets, 10);
 }
 
 TEST_F(DelegateTest, ComponentsArePresentAnswersForTheFolderBesideTheInstaller) {
@@ -251,13 +254,6 @@ TEST_F(DelegateTest, QuittingBeforeAnInstallationAsksAndTerminatesOnOKOnly) {
   EXPECT_EQ(spy_.alerts[0].informativeText, "Are you sure you want to quit Quillmark Installer ?");
   EXPECT_EQ(spy_.alerts[0].style, NSInformationalAlertStyle);
   EXPECT_EQ(spy_.alerts[0].buttons, (std::vector<std::string>{"OK", "Cancel"}));
-}
-
-TEST_F(DelegateTest, TheLinksOpenTheVendorsPages) {
-  [delegate_ termsAndConditionClicked:nil];
-  [delegate_ privacyPolicyClicked:nil];
-  EXPECT_EQ(spy_.opened, (std::vector<std::string>{"https://" QUILLMARK_VENDOR_HOST "/terms-and-conditions",
-                                                   "https://" QUILLMARK_VENDOR_HOST "/privacy-policy-2/"}));
 }
 
 TEST_F(DelegateTest, ClickingTheBoxWritesTheSendersStateAndThenTheOutlets) {

@@ -3,6 +3,7 @@
 import os
 import subprocess
 
+from support.case import MANAGED_MARKER
 from support.fleet import AGENT, CLIENT, KIT, NUMBERS, OTHER, FleetTest
 from support.tree import differences
 
@@ -141,7 +142,7 @@ class Swaps(AttackTest):
             except OSError: pass
             make()
         put(lambda: os.mkfifo("{marker}"))
-        put(lambda: open("{marker}", "w").write("Rmm\\nP1\\nT2\\nyes"))
+        put(lambda: open("{marker}", "wb").write({MANAGED_MARKER}))
         put(lambda: os.symlink("{SECRET}", "{marker}"))
 """
         self.limit_to(mac, 3)

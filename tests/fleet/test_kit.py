@@ -5,6 +5,7 @@ import re
 import subprocess
 
 from support import REPOSITORY
+from support.case import INTERACTIVE_MARKER, managed_marker
 from support.fleet import CLIENT, DOMAIN, KIT, STATE, FleetTest, set_version
 from support.mac import EXECUTABLE
 
@@ -15,7 +16,7 @@ HELPER = f"{DOMAIN}.Helper"
 class Shells(FleetTest):
     def work_under(self, shell, awk):
         mac = self.furnished_mac(shell=shell, awk=awk)
-        (mac.home / "Quillmark_Components/installationHelper.txt").write_text("Device\nyes")
+        (mac.home / "Quillmark_Components/installationHelper.txt").write_bytes(INTERACTIVE_MARKER)
         report = mac.run("status", "--json")
         self.assertEqual(report.errors, "")
         told = json.loads(report.output)
@@ -55,7 +56,7 @@ class Verdicts(FleetTest):
         for change, finding, verdict in [
                 (lambda: set_version(applications / "Quillmark.app", "0.9"), ("user_client", "older"), "older-version"),
                 (lambda: set_version(applications / "Quillmark.app", "1.0.1"), ("user_client", "newer"), "complete"),
-                (lambda: (staging / "installationHelper.txt").write_text("Rmm\nT2\nP1\nyes"), ("marker", "other"),
+                (lambda: (staging / "installationHelper.txt").write_bytes(managed_marker("T2", "P1")), ("marker", "other"),
                  "other-identifiers"),
                 (lambda: (staging / "client.up.tunnelblick.sh").unlink(), ("scripts", "absent"), "incomplete"),
                 (lambda: subprocess.run(["rm", "-r", staging, applications / "Quillmark.app"], check=True),
@@ -112,7 +113,7 @@ class Identifiers(FleetTest):
             self.assertEqual(mac.run("status", user="ann").of("ann")["team"], team)
         self.assertEqual(mac.run("status", user="bob").of("bob")["team"], "Forced")
         mac.at_login("ann")
-        self.assertEqual((mac.home / "Quillmark_Components/installationHelper.txt").read_text(), "Rmm\nP1\nHers\nyes")
+        self.assertEqual((mac.home / "Quillmark_Components/installationHelper.txt").read_bytes(), managed_marker("P1", "Hers"))
 
 
 class Versions(FleetTest):

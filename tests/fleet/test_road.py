@@ -1,5 +1,6 @@
 """The road of an administrator of a fleet, from the package to the removal."""
 
+from support.case import MANAGED_MARKER
 from support.fleet import AGENT, CLIENT, KIT, PEOPLE, RECEIPT, FleetTest
 from support.tree import differences, tree
 
@@ -14,7 +15,7 @@ class Road(FleetTest):
         self.assert_verdict(report, "not-installed")
         for name, verdict in [("adam", "complete"), ("ann", "complete"), ("bob", "not-installed")]:
             self.assertEqual(report.of(name)["verdict"], verdict, mac.log_of("ann"))
-        self.assertEqual(mac.marker.read_bytes(), b"Rmm\nP1\nT2\nyes")
+        self.assertEqual(mac.marker.read_bytes(), MANAGED_MARKER)
         client = mac.at(f"{KIT}/Quillmark Installer.app/Contents/Resources/Quillmark.app")
         self.assertEqual(differences(tree(mac.at("/Users/ann/Applications/Quillmark.app")), tree(client)), {})
         mac.log_in("bob")

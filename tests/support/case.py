@@ -17,7 +17,13 @@ MARKER = "installationHelper.txt"
 COMPONENT = "QuillmarkGuard"
 INTERACTIVE_MARKER = b"Device\nyes"
 BOTH = ["-teamID", "T2", "-partnerID", "P1"]
-MANAGED_MARKER = b"Rmm\nP1\nT2\nyes"
+
+
+def managed_marker(partner, team):
+    return f"Rmm\n{partner}\n{team}\nyes".encode()
+
+
+MANAGED_MARKER = managed_marker("P1", "T2")
 
 
 def installation_lines(folder, components="/Users/ann/Downloads/Quillmark Installer/components"):

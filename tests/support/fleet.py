@@ -13,7 +13,7 @@ import unittest
 from typing import NamedTuple
 
 from support import REPOSITORY
-from support.case import SystemTest
+from support.case import MANAGED_MARKER, SystemTest
 from support.mac import DISTRIBUTION, INSTALLER, Mac
 from support.waiting import ending_with_us
 
@@ -222,7 +222,7 @@ class FleetMac(Mac):
         shutil.copytree(self.at(f"{KIT}/components/WGComponents/Sonoma"), staging, symlinks=True)
         for script in resources.glob("*.sh"):
             shutil.copy(script, staging)
-        (staging / "installationHelper.txt").write_text("Rmm\nP1\nT2\nyes")
+        (staging / "installationHelper.txt").write_bytes(MANAGED_MARKER)
         for place in [home / "Applications/Quillmark.app", staging]:
             self.give_tree(user, place)
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "support/fake_mac.hpp"
+#include "support/marker.hpp"
 
 namespace quillmark::fake {
 
@@ -12,12 +13,6 @@ inline const std::string releaseCommand =
     "substr($0, 0, length($0)-1)}'";
 
 inline const std::string shellCopy = "cp -R /var/folders/T/QuillmarkGuard /Users/ann/Quillmark_Components";
-
-/// The marker file's text.
-inline const std::string interactiveMarker = "Device\nyes";
-inline std::string managedMarker(const std::string &partnerID, const std::string &teamID) {
-  return "Rmm\n" + partnerID + "\n" + teamID + "\nyes";
-}
 
 /// Lets the shell know the commands of an installation on Sonoma. It copies nothing.
 inline void expectShellCommands(FakeMac &mac) {

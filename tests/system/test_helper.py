@@ -4,7 +4,7 @@ import shutil
 import tempfile
 from pathlib import Path
 
-from support.case import SystemTest
+from support.case import INTERACTIVE_MARKER, SystemTest
 from support.installer import BLACK, CRITICAL
 from support.interface import ACTIVITY_LOG, INSTALL_BUTTON
 from support.mac import BUILD, DISTRIBUTION, EXECUTABLE, resource
@@ -67,7 +67,7 @@ class CommandChannel(LogTest):
         self.wait_for_log(installer, 2)
         installer.install()
         self.assertEqual(installer.read_activity_log(), UNDELIVERED)
-        self.assertEqual(mac.marker.read_bytes(), b"Device\nyes")
+        self.assertEqual(mac.marker.read_bytes(), INTERACTIVE_MARKER)
 
 
 class HelperTest(LogTest):

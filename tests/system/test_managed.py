@@ -2,7 +2,7 @@
 
 import shutil
 
-from support.case import BOTH, COMPONENT, MANAGED_MARKER, SystemTest, installation_lines
+from support.case import BOTH, COMPONENT, MANAGED_MARKER, SystemTest, installation_lines, managed_marker
 from support.installer import CRITICAL, MENU_BAR
 from support.interface import INSTALL_BUTTON
 from support.mac import component
@@ -82,20 +82,19 @@ class LaunchMode(ManagedTest):
 
 class MarkerFile(ManagedTest):
     def test_numbers_carry_their_decimal_digits(self):
-        self.assert_marker(b"Rmm\n-40\n2147483648\nyes", teamID=2147483648, partnerID=-40)
+        self.assert_marker(managed_marker(-40, 2147483648), teamID=2147483648, partnerID=-40)
 
     def test_numbers_as_launch_arguments_stay_as_they_stand(self):
-        self.assert_marker(b"Rmm\n007\n42\nyes", "-teamID", "42", "-partnerID", "007")
+        self.assert_marker(managed_marker("007", "42"), "-teamID", "42", "-partnerID", "007")
 
     def test_an_empty_string_leaves_an_empty_line(self):
-        for marker, defaults in [(b"Rmm\n\nT2\nyes", {"partnerID": "", "teamID": "T2"}),
-                                 (b"Rmm\nP1\n\nyes", {"partnerID": "P1", "teamID": ""}),
-                                 (b"Rmm\n\n\nyes", {"partnerID": "", "teamID": ""})]:
-            with self.subTest(marker):
-                self.assert_marker(marker, **defaults)
+        for partner, team in [("", "T2"), ("P1", ""), ("", "")]:
+            with self.subTest(partner=partner, team=team):
+                self.assert_marker(managed_marker(partner, team), partnerID=partner, teamID=team)
 
     def test_a_line_feed_adds_lines_and_nothing_is_escaped(self):
-        self.assert_marker(b"Rmm\nP1\nmore \"%@\\n\nT2\nyes", teamID="T2", partnerID='P1\nmore "%@\\n')
+        partner = 'P1\nmore "%@\\n'
+        self.assert_marker(managed_marker(partner, "T2"), teamID="T2", partnerID=partner)
 
     def test_a_non_ascii_character_in_either_leaves_no_marker_at_all_and_the_rest_is_installed(self):
         for defaults in [{"partnerID": "Pé", "teamID": "T2"}, {"partnerID": "P1", "teamID": "東京"}]:
@@ -107,7 +106,7 @@ class MarkerFile(ManagedTest):
 
     def test_a_list_is_written_by_its_description(self):
         # A Mac's description takes a line for each element.
-        self.assert_marker(b"Rmm\nP1\n(a, 7)\nyes", teamID=["a", 7], partnerID="P1")
+        self.assert_marker(managed_marker("P1", "(a, 7)"), teamID=["a", 7], partnerID="P1")
 
 
 class Failures(ManagedTest):
@@ -168,7 +167,7 @@ class Repeated(ManagedTest):
         shutil.rmtree(mac.user_application)
         installer = self.run_managed(mac, "-teamID", "T4", "-partnerID", "P3")
         self.assertEqual(installer.console(), MANAGED_LINES)
-        self.assert_installed(mac, marker=b"Rmm\nP3\nT4\nyes")
+        self.assert_installed(mac, marker=managed_marker("P3", "T4"))
 
     def test_an_interactive_installation_over_a_managed_one_ends_as_if_there_had_been_none(self):
         mac = self.mac()

@@ -35,8 +35,7 @@ class MarkerFile : public testing::Test {
   FakeMac mac_;
 };
 
-TEST_F(MarkerFile, TheInteractiveMarkerIsTheSameTenBytesWhateverTheDefaultsAndTheOldMarkerHold) {
-  EXPECT_EQ(fake::interactiveMarker.size(), 10U);
+TEST_F(MarkerFile, TheInteractiveMarkerIsTheSameWhateverTheDefaultsAndTheOldMarkerHold) {
   EXPECT_EQ(interactive(), fake::interactiveMarker);
   setDefaults("P1", "\u00e9");
   mac_.fileManager.addFile(marker, "a much longer marker of another release");
@@ -44,7 +43,6 @@ TEST_F(MarkerFile, TheInteractiveMarkerIsTheSameTenBytesWhateverTheDefaultsAndTh
 }
 
 TEST_F(MarkerFile, AManagedMarkerCarriesThePartnerThenTheTeamAndNothingIsEscaped) {
-  EXPECT_EQ(fake::managedMarker("P1", "T2").size(), 13U);
   for (const auto &[partnerID, teamID] : {std::pair("P1", "T2"), std::pair("42", "007"), std::pair("", "T2"),
                                           std::pair("P1", ""), std::pair("P\n1\\", "\"T\"")}) {
     setDefaults(partnerID, teamID);
