@@ -40,15 +40,6 @@ class CommandLine(unittest.TestCase):
 
 
 class RefusedRoots(MacRootTest):
-    def test_what_a_root_cannot_be_made_of(self):
-        for reason, *words in [
-                ("none is not a folder", "--distribution", "/none"),
-                ("holds no program Quillmark Installer.app/Contents", "--distribution", self.folder),
-                ("none is missing; build first", "--security", "/none")]:
-            with self.subTest(reason):
-                self.assert_refused(self.mac_root("--root", self.root, *words), reason, status=125)
-        self.assertFalse(self.root.exists())
-
     def test_a_pipe_or_a_device_in_a_distribution_is_named_and_never_opened(self):
         distribution = self.folder / "distribution"
         shutil.copytree(self.distribution, distribution, symlinks=True)

@@ -8,7 +8,7 @@ from pathlib import Path
 
 from support import REPOSITORY
 from support.processes import processes_with
-from support.waiting import DEADLINE_SECONDS, until
+from support.waiting import DEADLINE_SECONDS
 
 WITH_DISPLAY = REPOSITORY / "tools/with-display"
 
@@ -27,13 +27,3 @@ class WithDisplay(unittest.TestCase):
         self.assertEqual(result.returncode, 7, result.stderr)
         self.assertEqual(processes_with(self.mark), [])
         self.assertFalse(Path(temporary).exists())
-
-    def test_the_command_ends_when_with_display_is_terminated(self):
-        process = subprocess.Popen([WITH_DISPLAY, "--alone", "sh", "-c", f"echo started; exec sleep {self.mark}"],
-                                   stdout=subprocess.PIPE)
-        with process.stdout:
-            self.assertEqual(process.stdout.readline(), b"started\n")
-            until(lambda: processes_with(self.mark), "the command")
-            process.terminate()
-            process.wait(DEADLINE_SECONDS)
-        self.assertEqual(processes_with(self.mark), [])
