@@ -3,12 +3,9 @@
 #import <Foundation/Foundation.h>
 
 #include <fcntl.h>
-#include <linux/capability.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <filesystem>
 
@@ -59,26 +56,6 @@ namespace quillmark::contract {
 
 namespace {
 
-/// While one exists, permissions bind root like any other user on this thread: capabilities(7).
-class BoundByPermissions {
- public:
-  BoundByPermissions() {
-    EXPECT_EQ(syscall(SYS_capget, &header_, had_.data()), 0);
-    auto fewer = had_;
-    for (const unsigned capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) {
-      fewer[CAP_TO_INDEX(capability)].effective &= ~CAP_TO_MASK(capability);
-    }
-    EXPECT_EQ(syscall(SYS_capset, &header_, fewer.data()), 0);
-  }
-  ~BoundByPermissions() { EXPECT_EQ(syscall(SYS_capset, &header_, had_.data()), 0); }
-  BoundByPermissions(const BoundByPermissions &) = delete;
-  BoundByPermissions &operator=(const BoundByPermissions &) = delete;
-
- private:
-  __user_cap_header_struct header_ = {.version = _LINUX_CAPABILITY_VERSION_3, .pid = 0};
-  std::array<__user_cap_data_struct, _LINUX_CAPABILITY_U32S_3> had_ = {};
-};
-
 class RealFiles final : public FileManagerSubject {
  public:
   FileManager &files() override { return files_; }
@@ -88,7 +65,6 @@ class RealFiles final : public FileManagerSubject {
     fs::create_directories(fs::path(path).parent_path());
     fs::create_symlink(target, path);
   }
-  void setMode(const std::string &path, unsigned mode) override { EXPECT_EQ(chmod(path.c_str(), mode), 0); }
   std::optional<std::string> at(const std::string &path) override {
     const fs::file_status status = fs::symlink_status(path);
     if (!fs::exists(status)) return std::nullopt;
@@ -99,7 +75,6 @@ class RealFiles final : public FileManagerSubject {
 
  private:
   TemporaryFolder folder_;
-  BoundByPermissions bound_;
   cocoa::CocoaFileManager files_;
 };
 

@@ -27,7 +27,6 @@ inline constexpr DeletingExample deletingExamples[] = {
     {"/Volumes/Quillmark Installer/Quillmark Installer.app/", "/Volumes/Quillmark Installer"},
     {"/Volumes//Quillmark Installer.app", "/Volumes"},
     {"/Quillmark Installer.app", "/"},
-    {"/Volumes//Quillmark Installer.app", "/Volumes"},
     {"/", "/"},
     {"relative", ""},
 };

@@ -129,8 +129,6 @@ class FakeFileManager final : public FileManager, Recording {
   void addFile(const std::string &path, const std::string &contents = "");
   void addFolder(const std::string &path);
   void addLink(const std::string &path, const std::string &target);
-  /// Permissions as chmod takes them, of which the owner's are obeyed.
-  void setMode(const std::string &path, unsigned mode);
   /// The contents of a file, "-> target" for a link, "folder" for a folder; nothing when nothing is there.
   [[nodiscard]] std::optional<std::string> at(const std::string &path) const;
   /// Every path below the folder, in order.
@@ -140,16 +138,10 @@ class FakeFileManager final : public FileManager, Recording {
   struct Item {
     enum class Kind { file, folder, link } kind;
     std::string contents;
-    unsigned mode = 0755;
   };
 
   [[nodiscard]] bool fails(const std::string &call);
   [[nodiscard]] bool isFolder(const std::string &path) const;
-  /// Whether every folder above the path lets its owner look into it.
-  [[nodiscard]] bool isReachable(const std::string &path) const;
-  /// Whether the owner may add and remove what lies in the folder.
-  [[nodiscard]] bool isWritableFolder(const std::string &path) const;
-  [[nodiscard]] bool allows(const std::string &path, unsigned permission) const;
 
   std::map<std::string, Item> items_;
 };
@@ -338,7 +330,6 @@ class FakeDelegate final : public Delegate, Recording {
   bool installed = false;
   std::optional<std::string> title;
   int boxState = 0;
-  std::set<std::string> hidden;
   std::string log;
 
  private:

@@ -13,51 +13,32 @@ using fake::Journal;
 
 const std::string bless = "bless com.quillmark.customInstaller.Helper";
 
-Error refusal(const std::string &domain, long code) {
-  return {.domain = domain, .code = code, .localizedDescription = "The operation couldn't be completed."};
-}
-
-TEST(Blessing, ATrueResultLogsSuccessAndActivatesTheApplication) {
+TEST(Blessing, EachTrueResultLogsSuccessAndActivatesTheApplication) {
   FakeMac mac;
-  installAction(mac.mac(), mac.delegate, nullptr);
-  EXPECT_EQ(mac.journal, (Journal{bless, "addOperation", "activateIgnoringOtherApps"}));
-  mac.mainQueue.run();
-  EXPECT_EQ(mac.delegate->log, "success\n");
-}
-
-TEST(Blessing, ASecondBlessingAfterASuccessDoesTheSameWithTheSameNullAuthorization) {
-  FakeMac mac;
-  installAction(mac.mac(), mac.delegate, nullptr);
-  mac.journal.clear();
-  installAction(mac.mac(), mac.delegate, nullptr);
-  EXPECT_EQ(mac.journal, (Journal{bless, "addOperation", "activateIgnoringOtherApps"}));
+  for (int blessing = 0; blessing < 2; ++blessing) {
+    mac.journal.clear();
+    installAction(mac.mac(), mac.delegate, nullptr);
+    EXPECT_EQ(mac.journal, (Journal{bless, "addOperation", "activateIgnoringOtherApps"}));
+  }
   mac.mainQueue.run();
   EXPECT_EQ(mac.delegate->log, "success\nsuccess\n");
 }
 
-TEST(Blessing, AFalseResultWritesTheConsoleThenTheLogThenShowsTheAlertThenTerminates) {
-  FakeMac mac;
-  mac.serviceManagement.refusal = refusal("CFErrorDomainLaunchd", 4);
-  installAction(mac.mac(), mac.delegate, nullptr);
-
-  EXPECT_EQ(mac.journal, (Journal{bless, "console The operation couldn't be completed.", "addOperation",
-                                  "alert Quillmark Installer", "terminate"}));
-  const Alert &alert = mac.alertPanel.shown.front();
-  EXPECT_EQ(alert.informativeText, "Could not authorize properly. The Installer will now quit.");
-  EXPECT_EQ(alert.style, AlertStyle::critical);
-  EXPECT_TRUE(alert.buttons.empty());
-  mac.mainQueue.run();
-  EXPECT_EQ(mac.delegate->log, "error CFErrorDomainLaunchd / 4\n");
-}
-
-TEST(Blessing, EveryErrorEndsTheApplicationWhateverItsDomainOrCodeAndTheAlertsAnswer) {
-  for (const Error &error : {refusal("CFErrorDomainLaunchd", 2), refusal("NSOSStatusErrorDomain", -60006),
-                             refusal("NSPOSIXErrorDomain", 1), refusal("(null)", 0)}) {
+TEST(Blessing, AnyErrorIsWrittenToTheConsoleThenTheLogThenShownAndEndsTheApplicationWhateverTheAnswer) {
+  for (const long code : {4L, -60006L}) {
     FakeMac mac;
-    mac.serviceManagement.refusal = error;
+    mac.serviceManagement.refusal = {.domain = "Domain", .code = code, .localizedDescription = "It couldn't be done."};
     mac.alertPanel.answer = 0;
     installAction(mac.mac(), mac.delegate, nullptr);
-    EXPECT_EQ(mac.journal.back(), "terminate") << error.domain;
+
+    EXPECT_EQ(mac.journal, (Journal{bless, "console It couldn't be done.", "addOperation", "alert Quillmark Installer",
+                                    "terminate"}));
+    const Alert &alert = mac.alertPanel.shown.front();
+    EXPECT_EQ(alert.informativeText, "Could not authorize properly. The Installer will now quit.");
+    EXPECT_EQ(alert.style, AlertStyle::critical);
+    EXPECT_TRUE(alert.buttons.empty());
+    mac.mainQueue.run();
+    EXPECT_EQ(mac.delegate->log, "error Domain / " + std::to_string(code) + "\n");
   }
 }
 

@@ -19,7 +19,6 @@ class FakeFiles final : public FileManagerSubject {
   std::string folder() override { return "/private/folder"; }
   void addFile(const std::string &path, const std::string &contents) override { files_.addFile(path, contents); }
   void addLink(const std::string &path, const std::string &target) override { files_.addLink(path, target); }
-  void setMode(const std::string &path, unsigned mode) override { files_.setMode(path, mode); }
   std::optional<std::string> at(const std::string &path) override { return files_.at(path); }
 
  private:

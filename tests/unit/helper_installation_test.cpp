@@ -107,25 +107,20 @@ TEST_F(HelperInstallation, WithTheInstallerRelocatedTheVPNFilesComeFromBesideThe
   EXPECT_EQ(fake::FakeURLs::alive, 0);
 }
 
-TEST_F(HelperInstallation, WithoutComponentsNoAlertIsShownOnlyTheBundleItemsAreStagedAndTheCommandIsStillSent) {
-  (void)mac_.fileManager.removeItemAtPath(components);
-  install();
-  EXPECT_TRUE(mac_.alertPanel.shown.empty());
-  EXPECT_EQ(staged("Quillmark.app/Contents/Info.plist"), "the client");
-  EXPECT_EQ(staged("client.up.tunnelblick.sh"), "up");
-  EXPECT_EQ(staged("client.down.tunnelblick.sh"), "down");
-  for (const std::string &name : vpnFiles) EXPECT_EQ(staged(name), std::nullopt);
-  EXPECT_EQ(mac_.journal.back(), "send install /var/folders/T/");
-}
-
-TEST_F(HelperInstallation, RelocatedFromAnUnknownPlaceOnlyTheBundleItemsAreStaged) {
-  mac_.application.version = 2487.0;
-  mac_.dynamicLoader.flag = true;
-  mac_.fileManager.addFile(temporary + "/ca.crt", "stale");
-  install();
-  EXPECT_EQ(staged("ca.crt"), std::nullopt) << "absent, not stale";
-  EXPECT_EQ(staged("client.up.tunnelblick.sh"), "up");
-  EXPECT_EQ(mac_.journal.back(), "send install /var/folders/T/");
+TEST_F(HelperInstallation, WithoutComponentsNoAlertIsShownAndOnlyTheBundleItemsAreStagedAndSent) {
+  for (const bool relocatedFromAnUnknownPlace : {true, false}) {
+    mac_.application.version = 2487.0;
+    mac_.dynamicLoader.flag = relocatedFromAnUnknownPlace;
+    if (!relocatedFromAnUnknownPlace) (void)mac_.fileManager.removeItemAtPath(components);
+    for (const std::string &name : vpnFiles) mac_.fileManager.addFile(temporary + "/" + name, "stale");
+    install();
+    EXPECT_TRUE(mac_.alertPanel.shown.empty());
+    EXPECT_EQ(staged("Quillmark.app/Contents/Info.plist"), "the client");
+    EXPECT_EQ(staged("client.up.tunnelblick.sh"), "up");
+    EXPECT_EQ(staged("client.down.tunnelblick.sh"), "down");
+    for (const std::string &name : vpnFiles) EXPECT_EQ(staged(name), std::nullopt) << "absent, not stale";
+    EXPECT_EQ(mac_.journal.back(), "send install /var/folders/T/");
+  }
 }
 
 TEST_F(HelperInstallation, AFileWhoseCopyFailsIsAbsentNotStale) {

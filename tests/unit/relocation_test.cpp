@@ -45,16 +45,6 @@ class Relocation : public testing::Test {
   FakeMac mac_;
 };
 
-TEST_F(Relocation, ARelocatedBundleAnswersTrueWithItsOriginal) {
-  EXPECT_EQ(probe(), std::pair(true, std::optional(original)));
-}
-
-TEST_F(Relocation, ABundleThatWasNotRelocatedAnswersFalse) {
-  mac_.dynamicLoader.flag = 0;
-  EXPECT_EQ(probe(), std::pair(false, std::optional<std::string>()));
-  EXPECT_FALSE(asked("dlsym SecTranslocateCreateOriginalPathForURL"));
-}
-
 TEST_F(Relocation, ANullURLAnswersFalseAndAsksNothing) {
   EXPECT_FALSE(isTranslocated(mac_.mac(), nullptr, nullptr));
   EXPECT_TRUE(mac_.journal.empty());
@@ -81,33 +71,47 @@ TEST_F(Relocation, AnyFlagButZeroIsTrue) {
   }
 }
 
-TEST_F(Relocation, AMissingFrameworkAnswersFalse) {
-  mac_.dynamicLoader.binaryExists = false;
-  EXPECT_FALSE(probe(nullptr));
-  EXPECT_FALSE(asked("dlclose"));
+/// What the system lacks or answers, and what comes of it.
+struct Answer {
+  const char *name;
+  void (*arrange)(fake::FakeDynamicLoader &system);
+  bool isTranslocated;
+  std::vector<std::string> askedFor;
+  std::optional<std::string> original;
+};
+
+const std::string ask = "dlsym SecTranslocateIsTranslocatedURL";
+const std::string askForOriginal = "dlsym SecTranslocateCreateOriginalPathForURL";
+
+const Answer answers[] = {
+    {"Relocated", [](auto & /*system*/) {}, true, {ask, askForOriginal, "dlclose"}, original},
+    {"NotRelocated", [](auto &system) { system.flag = 0; }, false, {ask, "dlclose"}, std::nullopt},
+    {"NoFramework", [](auto &system) { system.binaryExists = false; }, false, {}, std::nullopt},
+    {"NoQuestion",
+     [](auto &system) { system.missingSymbols = {"SecTranslocateIsTranslocatedURL"}; },
+     false,
+     {ask, "dlclose"},
+     std::nullopt},
+    {"NoOriginal",
+     [](auto &system) { system.missingSymbols = {"SecTranslocateCreateOriginalPathForURL"}; },
+     true,
+     {ask, askForOriginal, "dlclose"},
+     std::nullopt},
+    {"FailsWithTheFlagSet", [](auto &system) { system.querySucceeds = false; }, true, {ask, "dlclose"}, std::nullopt},
+};
+
+class RelocationAnswer : public Relocation, public testing::WithParamInterface<Answer> {};
+
+TEST_P(RelocationAnswer, IsTheFlagAndTheOriginalIfTheSystemConfirmsIt) {
+  GetParam().arrange(mac_.dynamicLoader);
+  EXPECT_EQ(probe(), std::pair(GetParam().isTranslocated, GetParam().original));
+  Journal expected = GetParam().askedFor;
+  expected.insert(expected.begin(), "dlopen " + framework);
+  EXPECT_EQ(mac_.journal, expected);
 }
 
-TEST_F(Relocation, AMissingFirstSymbolAnswersFalseAndClosesTheFramework) {
-  mac_.dynamicLoader.missingSymbols = {"SecTranslocateIsTranslocatedURL"};
-  EXPECT_EQ(probe(), std::pair(false, std::optional<std::string>()));
-  EXPECT_TRUE(asked("dlclose"));
-}
-
-TEST_F(Relocation, AMissingSecondSymbolLeavesTheOriginalNull) {
-  mac_.dynamicLoader.missingSymbols = {"SecTranslocateCreateOriginalPathForURL"};
-  EXPECT_EQ(probe(), std::pair(true, std::optional<std::string>()));
-}
-
-TEST_F(Relocation, ANullOutParameterStillAnswersWithTheFlagButNeverAsksForTheOriginal) {
-  EXPECT_TRUE(probe(nullptr));
-  EXPECT_FALSE(asked("dlsym SecTranslocateCreateOriginalPathForURL"));
-}
-
-TEST_F(Relocation, AFailingFirstCallThatLeavesTheFlagSetStillAnswersTrueWithoutAnOriginal) {
-  mac_.dynamicLoader.querySucceeds = false;
-  EXPECT_EQ(probe(), std::pair(true, std::optional<std::string>()));
-  EXPECT_FALSE(asked("dlsym SecTranslocateCreateOriginalPathForURL"));
-}
+INSTANTIATE_TEST_SUITE_P(Of, RelocationAnswer, testing::ValuesIn(answers),
+                         [](const auto &info) { return info.param.name; });
 
 TEST_F(Relocation, TheOutParameterIsLeftAloneUnlessTheSystemConfirms) {
   mac_.dynamicLoader.querySucceeds = false;
@@ -124,12 +128,6 @@ TEST_F(Relocation, OnAppKit1404OrLowerTheComponentsAreLookedForBesideTheBundle) 
   EXPECT_EQ(mac_.journal, Journal{"exists /private/var/folders/T/AppTranslocation/1/d/components"});
 }
 
-TEST_F(Relocation, ARelocatedInstallerWithComponentsBesideItsOriginalShowsNoAlertAtAll) {
-  mac_.fileManager.addFolder("/Users/ann/Downloads/Quillmark Installer/components");
-  EXPECT_TRUE(componentsArePresent(mac_.mac()));
-  EXPECT_TRUE(mac_.alertPanel.shown.empty());
-}
-
 TEST(RelocationAlert, ItNamesTheOriginal) {
   const Alert alert = relocationAlert(original);
   EXPECT_EQ(alert.messageText, "Quillmark Installer Test alert");
@@ -138,9 +136,6 @@ TEST(RelocationAlert, ItNamesTheOriginal) {
             "Installer.app. It will now continue using the original path as the base for looking for components");
   EXPECT_EQ(alert.style, AlertStyle::critical);
   EXPECT_TRUE(alert.buttons.empty());
-}
-
-TEST(RelocationAlert, AnUnknownOriginalReadsAsTheNullPlaceholder) {
   EXPECT_NE(relocationAlert(std::nullopt).informativeText.find("The original path is (null)."), std::string::npos);
 }
 
@@ -153,10 +148,13 @@ void expectMissingComponentsAlert(const FakeMac &mac) {
   EXPECT_TRUE(alert.buttons.empty());
 }
 
-TEST_F(Relocation, ARelocatedInstallerWithoutComponentsBesideItsOriginalShowsOnlyTheErrorAlert) {
+TEST_F(Relocation, TheComponentsAreLookedForBesideTheOriginalOnlyAndNoAlertTellsOfTheRelocation) {
   mac_.fileManager.addFolder("/private/var/folders/T/AppTranslocation/1/d/components");
   EXPECT_FALSE(componentsArePresent(mac_.mac()));
   expectMissingComponentsAlert(mac_);
+  mac_.fileManager.addFolder("/Users/ann/Downloads/Quillmark Installer/components");
+  EXPECT_TRUE(componentsArePresent(mac_.mac()));
+  EXPECT_EQ(mac_.alertPanel.shown.size(), 1U);
 }
 
 TEST_F(Relocation, WithoutAnOriginalTheErrorAlertIsShownAndNoFileIsLookedFor) {
@@ -173,29 +171,19 @@ TEST_F(Relocation, AFirstCallThatFailsWithItsFlagSetFailsTheComponentsCheck) {
   expectMissingComponentsAlert(mac_);
 }
 
-TEST(ComponentsCheck, AFileNamedComponentsBesideTheInstallerPasses) {
+TEST(ComponentsCheck, BesideTheInstallerAFileOrALinkThatResolvesPassesAndNothingShowsTheAlertAndTerminatesNothing) {
   FakeMac mac;
   mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
-  mac.fileManager.addFile("/Volumes/Other/components");
+  const std::string components = "/Volumes/Other/components";
+  mac.fileManager.addFile(components);
   EXPECT_TRUE(componentsArePresent(mac.mac()));
-  EXPECT_TRUE(mac.alertPanel.shown.empty());
-}
-
-TEST(ComponentsCheck, ALinkNamedComponentsPassesOnlyIfItResolves) {
-  FakeMac mac;
-  mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
-  mac.fileManager.addLink("/Volumes/Other/components", "/Applications");
+  mac.fileManager.addLink(components, "/Applications");
   EXPECT_TRUE(componentsArePresent(mac.mac()));
-  mac.fileManager.addLink("/Volumes/Other/components", "/nowhere");
-  EXPECT_FALSE(componentsArePresent(mac.mac()));
-}
-
-TEST(ComponentsCheck, NothingBesideTheInstallerShowsTheErrorAlertAndTerminatesNothing) {
-  FakeMac mac;
-  mac.mainBundle.path = "/Volumes/Other/Quillmark Installer.app";
+  mac.journal.clear();
+  mac.fileManager.addLink(components, "/nowhere");
   EXPECT_FALSE(componentsArePresent(mac.mac()));
   expectMissingComponentsAlert(mac);
-  EXPECT_FALSE(fake::contains(mac.journal, "terminate"));
+  EXPECT_EQ(mac.journal, (Journal{"exists " + components, "alert Quillmark Installer Error"}));
 }
 
 }  // namespace
