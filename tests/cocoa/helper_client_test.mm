@@ -172,11 +172,14 @@ TEST_F(HelperClient, AnAuthorizationArrivesWithEachCommandThatTakesOne) {
   EXPECT_EQ(spy_.console, (std::vector<std::string>{description, description}));
 }
 
-TEST_F(HelperClient, ABindReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
+TEST_F(HelperClient, AReplyThatCarriesAnErrorLogsOnlyTheErrorLine) {
   registerHelper();
-  helper_->error = [NSError errorWithDomain:@"NSPOSIXErrorDomain" code:13 userInfo:nil];
+  helper_->error = [NSError errorWithDomain:@"NSOSStatusErrorDomain" code:-60005 userInfo:nil];
   [delegate_ bindAction:nil];
-  EXPECT_EQ(logToItsEnd(1), "error NSPOSIXErrorDomain / 13\nconnection invalidated\n");
+  [delegate_ installQuillmarkApplication2];
+  const std::string line = "error NSOSStatusErrorDomain / -60005\n";
+  EXPECT_EQ(logToItsEnd(2), line + line + "connection invalidated\n");
+  EXPECT_FALSE(delegate_.didInstall);
 }
 
 TEST_F(HelperClient, ACommandBlockIsRunInsideTheCallWithNilAndAConnectionThatSpeaksTheHelpersProtocol) {
@@ -289,14 +292,6 @@ TEST_F(HelperClient, ASuccessfulInstallReplyLeavesItsLineAndChangesTheWindowOnTh
   EXPECT_TRUE([[delegate_.installButtonTitle string] isEqualToString:@"Launch Quillmark"]);
   EXPECT_TRUE([helper_->installedPath isEqualToString:NSTemporaryDirectory()]);
   EXPECT_EQ(helper_->givenAuthorization, nil);
-}
-
-TEST_F(HelperClient, AFailedInstallReplyLeavesOnlyItsErrorLine) {
-  registerHelper();
-  helper_->error = [NSError errorWithDomain:@"NSOSStatusErrorDomain" code:-60005 userInfo:nil];
-  [delegate_ installQuillmarkApplication2];
-  EXPECT_EQ(logToItsEnd(1), "error NSOSStatusErrorDomain / -60005\nconnection invalidated\n");
-  EXPECT_FALSE(delegate_.didInstall);
 }
 
 // An invalidation overtakes the answers that are still on their way; every command ends in one line all the same.

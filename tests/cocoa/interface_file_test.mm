@@ -55,8 +55,6 @@ TEST_F(InterfaceFile, TheHelpersCommandsAreBelowHelpUnderALineThatSaysWhoTheyAre
   EXPECT_FALSE([[menu itemAtIndex:0] action]);
 }
 
-TEST_F(InterfaceFile, TheDelegateIsTheApplications) { EXPECT_EQ([NSApp delegate], delegate_); }
-
 TEST_F(InterfaceFile, TheWindowIsNotVisibleUntilItIsBroughtForward) {
   EXPECT_FALSE([delegate_.window isVisible]);
   [delegate_ applicationDidFinishLaunching:nil];
