@@ -48,8 +48,13 @@ class Mac:
         self.folder = Path(tempfile.mkdtemp(prefix="mac-", dir=folder_in_memory()))
         self.folder.chmod(0o755)
         self.root = self.folder / "root"
-        self.home_inside = f"/Users/{home}"
-        self.temporary_inside = temporary
+        self.home_inside, self.temporary_inside = f"/Users/{home}", temporary
+        self.home, self.temporary = self.at(self.home_inside), self.at(temporary)
+        self.staging_folder = self.home / "Quillmark_Components"
+        self.marker = self.staging_folder / "installationHelper.txt"
+        self.system_application = self.at("/Applications/Quillmark.app")
+        self.user_application = self.home / "Applications/Quillmark.app"
+        self.downloads = self.home / "Downloads/Quillmark Installer"
         self.faults = faults
         self.variables = variables or {}
         self.options = ["--distribution", distribution, "--security", SECURITY, "--root", self.root, "--home", home,
@@ -95,38 +100,9 @@ class Mac:
         own += [f"{self.temporary_inside}/{name}".lstrip("/") for name in GNUSTEP_TEMPORARY_FILES]
         return tree(root or self.root, leave_out=[*own, FONT_CACHE, X_SOCKETS], only=CHANGEABLE)
 
-    # Places, on the host
-
     def at(self, inside):
+        """Where that lies on the host."""
         return self.root / inside.lstrip("/")
-
-    @property
-    def home(self):
-        return self.at(self.home_inside)
-
-    @property
-    def temporary(self):
-        return self.at(self.temporary_inside)
-
-    @property
-    def staging_folder(self):
-        return self.home / "Quillmark_Components"
-
-    @property
-    def marker(self):
-        return self.staging_folder / "installationHelper.txt"
-
-    @property
-    def system_application(self):
-        return self.at("/Applications/Quillmark.app")
-
-    @property
-    def user_application(self):
-        return self.home / "Applications/Quillmark.app"
-
-    @property
-    def downloads(self):
-        return self.home / "Downloads/Quillmark Installer"
 
     def put_older_installation(self):
         for application in [self.system_application, self.user_application]:

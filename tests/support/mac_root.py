@@ -11,8 +11,9 @@ from pathlib import Path
 from support.mac import EXECUTABLE, MAC_ROOT, folder_in_memory
 from support.waiting import DEADLINE_SECONDS
 
+from mac_root.assembly import LICENCE
+
 DOWNLOADS = "/Users/ann/Downloads/Quillmark Installer"
-LICENCE = "/System/Library/CoreServices/Setup Assistant.app/Contents/Resources/en.lproj/OSXSoftwareLicense.rtf"
 RELEASE_COMMAND = (f"awk '/SOFTWARE LICENSE AGREEMENT FOR macOS/' '{LICENCE}' | awk -F 'macOS ' '{{print $NF}}' | "
                    "awk '{print substr($0, 0, length($0)-1)}'")
 RELOCATED_FOLDER = "/private/var/folders/xx/T/AppTranslocation/*/d"
@@ -35,11 +36,7 @@ class MacRootTest(unittest.TestCase):
         (cls.distribution / EXECUTABLE).parent.mkdir(parents=True)
         (cls.distribution / EXECUTABLE).write_text(PROGRAM)
         (cls.distribution / EXECUTABLE).chmod(0o755)
-        folder = cls.distribution / "components/WGComponents/Sonoma"
-        folder.mkdir(parents=True)
-        (folder / "Schlüssel ☃").write_text("key\n")
-        (folder / "Schlüssel ☃").chmod(0o744)
-        (folder.parent / "current").symlink_to("Sonoma")
+        (cls.distribution / "components/WGComponents/Sonoma").mkdir(parents=True)
         cls.security = cls.shared / "Security"
         cls.security.write_text("no program loads this one\n")
 
@@ -83,34 +80,23 @@ class MacRootTest(unittest.TestCase):
         self.assertEqual(list(self.temporary.iterdir()), [])
 
 
+# What has to work for each of the ways.
+NEEDS = {
+    "bubblewrap": ["bwrap --unshare-user --unshare-pid --ro-bind / / --proc /proc true"],
+    "bubblewrap-as-root": ["setpriv --reuid=501 --regid=20 --clear-groups true",
+                           "bwrap --unshare-pid --ro-bind / / --proc /proc true"],
+    "proot": ["proot -r / true"]}
+
+
+def obstacle_of(way):
+    """Why it does not work here, or None."""
+    return next(filter(None, (failure_of(*command.split()) for command in NEEDS[way])), None)
+
+
 def failure_of(*command):
     """Why the command fails, or None if it succeeds."""
     if not shutil.which(command[0]):
         return f"{command[0]} is not installed"
     result = subprocess.run(command, capture_output=True, text=True, errors="replace", check=False,
                             timeout=DEADLINE_SECONDS)
-    if result.returncode == 0:
-        return None
-    return result.stderr.strip() or f"{command[0]} ends with status {result.returncode}"
-
-
-# Why a way to run a program does not work here, or None.
-
-def obstacle_of_bubblewrap():
-    failure = failure_of("bwrap", "--unshare-user", "--unshare-pid", "--ro-bind", "/", "/", "--proc", "/proc", "true")
-    return failure and f"no namespaces of users: {failure}"
-
-
-def obstacle_of_bubblewrap_as_root():
-    if os.geteuid() != 0:
-        return "only root can run bubblewrap without a namespace of users"
-    failure = failure_of("setpriv", "--reuid=501", "--regid=20", "--clear-groups", "true")
-    if failure:
-        return f"root cannot become another user: {failure}"
-    failure = failure_of("bwrap", "--unshare-pid", "--ro-bind", "/", "/", "--proc", "/proc", "true")
-    return failure and f"no namespaces: {failure}"
-
-
-def obstacle_of_proot():
-    failure = failure_of("proot", "-r", "/", "true")
-    return failure and f"no tracing: {failure}"
+    return None if result.returncode == 0 else f"{command} ends with status {result.returncode}: {result.stderr.strip()}"

@@ -7,8 +7,7 @@ import signal
 import subprocess
 
 from support.mac import EXECUTABLE, MAC_ROOT
-from support.mac_root import (DOWNLOADS, RELEASE_COMMAND, RELOCATED_FOLDER, MacRootTest, failure_of,
-                              obstacle_of_bubblewrap, obstacle_of_bubblewrap_as_root, obstacle_of_proot)
+from support.mac_root import DOWNLOADS, RELEASE_COMMAND, RELOCATED_FOLDER, MacRootTest, failure_of, obstacle_of
 from support.processes import child_of, processes_with
 from support.waiting import DEADLINE_SECONDS, until
 
@@ -22,8 +21,9 @@ class Way:
 
     def setUp(self):
         super().setUp()
-        if self.obstacle():
-            self.skipTest(self.obstacle())
+        obstacle = obstacle_of(self.name)
+        if obstacle:
+            self.skipTest(obstacle)
 
     def command(self, *arguments, **options):
         return super().command("--way", self.name, *arguments, **options)
@@ -64,12 +64,6 @@ class Way:
 
     def test_the_host_is_not_seen(self):
         self.assertEqual(self.inside("ls -d /Applications /root /home /run 2> /dev/null || true"), "/Applications\n")
-
-    def test_a_daemon_that_is_left_behind_is_ended_and_the_root_is_removed(self):
-        self.addCleanup(self.end_marked)
-        self.inside(f"exec > /dev/null 2>&1; {self.daemons()} mkdir -m 0 /tmp/closed")
-        self.assertEqual(processes_with(self.mark()), [])
-        self.assert_left_nothing()
 
     def test_what_a_program_leaves_behind_is_ended_and_removed_whoever_runs_it(self):
         self.addCleanup(self.end_marked)
@@ -150,12 +144,10 @@ class RestrictingWay(Way):
 
 class BubblewrapWay(RestrictingWay, MacRootTest):
     name = "bubblewrap"
-    obstacle = staticmethod(obstacle_of_bubblewrap)
 
 
 class BubblewrapAsRootWay(RestrictingWay, MacRootTest):
     name = "bubblewrap-as-root"
-    obstacle = staticmethod(obstacle_of_bubblewrap_as_root)
 
     def test_the_groups_of_root_are_left_behind(self):
         self.assertEqual(self.inside("id -G", prefix=["setpriv", "--groups", "0,4,27"]), "20\n")
@@ -163,7 +155,6 @@ class BubblewrapAsRootWay(RestrictingWay, MacRootTest):
 
 class ProotWay(Way, MacRootTest):
     name = "proot"
-    obstacle = staticmethod(obstacle_of_proot)
 
 
 class Choice(MacRootTest):
@@ -173,14 +164,24 @@ class Choice(MacRootTest):
         for name in ["proot", "setpriv"]:
             if shutil.which(name):
                 (programs / name).symlink_to(shutil.which(name))
-        for refused, obstacle, told in [
-                ("*--unshare-user*", obstacle_of_bubblewrap_as_root(), "bubblewrap-as-root:\n  bubblewrap: no\n"),
-                ("*", obstacle_of_proot(), "proot:\n  bubblewrap: no\n  bubblewrap-as-root: no\n")]:
-            with self.subTest(told):
-                if obstacle:
-                    self.skipTest(obstacle)
+        for refused, way, told in [("*--unshare-user*", "bubblewrap-as-root", "  bubblewrap: no\n"),
+                                   ("*", "proot", "  bubblewrap: no\n  bubblewrap-as-root: no\n")]:
+            with self.subTest(way):
+                if obstacle_of(way):
+                    self.skipTest(obstacle_of(way))
                 (programs / "bwrap").write_text(f'#!/bin/sh\ncase $* in {refused}) echo no >&2; exit 1; esac\n'
                                                 f'exec {real} "$@"\n')
                 (programs / "bwrap").chmod(0o755)
                 result = self.mac_root("--program", "/usr/bin/id", environment=self.environment(PATH=str(programs)))
-                self.assertEqual((result.stdout, result.stderr), (ANN, f"mac-root: falling back to {told}"))
+                self.assertEqual((result.stdout, result.stderr), (ANN, f"mac-root: falling back to {way}:\n{told}"))
+
+
+class CallersFiles(MacRootTest):
+    def test_the_display_and_the_files_that_sanitizers_name_are_handed_on(self):
+        authority, suppressions = self.folder / "authority", self.folder / "lsan.supp"
+        authority.write_text("cookie\n")
+        suppressions.write_text("leak:nothing\n")
+        environment = self.environment(DISPLAY=":4711", XAUTHORITY=str(authority),
+                                       LSAN_OPTIONS=f"verbosity=0:suppressions={suppressions}")
+        self.assertEqual(self.inside(f"echo $DISPLAY; cat $XAUTHORITY {suppressions}", environment=environment),
+                         ":4711\ncookie\nleak:nothing\n")
