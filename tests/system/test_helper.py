@@ -6,7 +6,7 @@ from pathlib import Path
 
 from support.case import INTERACTIVE_MARKER, SystemTest
 from support.installer import BLACK, CRITICAL
-from support.interface import ACTIVITY_LOG, INSTALL_BUTTON
+from support.interface import ACTIVITY_LOG
 from support.mac import BUILD, DISTRIBUTION, EXECUTABLE, resource
 from support.payload import SCRIPTS, VPN_FILES
 from support.tree import look_at, tree
@@ -42,16 +42,17 @@ class Blessing(LogTest):
 
 
 class CommandChannel(LogTest):
-    def test_a_version_request_writes_the_error_then_the_end_of_the_connection_and_the_installer_keeps_running(self):
-        installer = self.open(self.mac())
+    def test_a_version_request_writes_the_error_then_the_end_of_the_connection_and_an_installation_ends_as_usual(self):
+        mac = self.mac()
+        installer = self.open(mac)
         installer.choose("Help", "Helper Version")
         self.wait_for_log(installer, 2)
         self.assertTrue(installer.is_running())
         self.assertEqual(installer.console(), [])
+        installer.install()
         self.assertEqual(self.alerts_ever_shown(), [])
-        installer.click(INSTALL_BUTTON)
-        installer.dismiss_alert()
         self.assertEqual(installer.read_activity_log(), UNDELIVERED)
+        self.assertEqual(mac.marker.read_bytes(), INTERACTIVE_MARKER)
 
     def test_the_command_after_an_invalidated_connection_opens_a_new_one_and_says_nothing_about_the_old_one(self):
         installer = self.open(self.mac())
@@ -59,15 +60,6 @@ class CommandChannel(LogTest):
             installer.choose("Help", command)
             self.wait_for_log(installer, lines)
         self.assertEqual(installer.read_activity_log(), UNDELIVERED * 3)
-
-    def test_an_installation_after_a_failed_request_ends_as_usual_and_keeps_the_log(self):
-        mac = self.mac()
-        installer = self.open(mac)
-        installer.choose("Help", "Helper Version")
-        self.wait_for_log(installer, 2)
-        installer.install()
-        self.assertEqual(installer.read_activity_log(), UNDELIVERED)
-        self.assertEqual(mac.marker.read_bytes(), INTERACTIVE_MARKER)
 
 
 class HelperTest(LogTest):
@@ -133,7 +125,7 @@ class HandOver(HelperTest):
         for name in vpn_files:
             self.assertEqual(look_at(mac.temporary / name), look_at(DISTRIBUTION / "components" / name))
 
-    def test_success_leaves_one_line_and_the_installed_window_and_the_null_authorization_on_the_console_twice(self):
+    def test_success_leaves_one_line_and_the_installed_window_and_a_second_run_replaces_every_gathered_item(self):
         mac = self.mac()
         installer = self.hand_over(mac)
         installer.wait_until_installed()
@@ -142,6 +134,11 @@ class HandOver(HelperTest):
         self.assert_gathered(mac, VPN_FILES)
         self.assertFalse(mac.system_application.exists())
         self.assertFalse(mac.staging_folder.exists())
+        (mac.temporary / "Quillmark.app/Contents/left").write_text("left\n")
+        for name in SCRIPTS + VPN_FILES:
+            (mac.temporary / name).write_text("changed\n")
+        self.hand_over(mac).wait_until_installed()
+        self.assert_gathered(mac, VPN_FILES)
 
     def test_a_refusal_leaves_only_its_error_in_the_log_and_the_window_unchanged(self):
         installer = self.hand_over(self.mac(), "-refusal", "13")
@@ -162,15 +159,6 @@ class HandOver(HelperTest):
         self.assertEqual(installer.console(), HANDED_OVER)
         self.assert_gathered(mac, [])
         self.assertEqual(self.alerts_ever_shown(), [])
-
-    def test_a_second_run_replaces_every_gathered_item(self):
-        mac = self.mac()
-        self.hand_over(mac).wait_until_installed()
-        (mac.temporary / "Quillmark.app/Contents/left").write_text("left\n")
-        for name in SCRIPTS + VPN_FILES:
-            (mac.temporary / name).write_text("changed\n")
-        self.hand_over(mac).wait_until_installed()
-        self.assert_gathered(mac, VPN_FILES)
 
 
 def count_text_lines(log):
