@@ -77,21 +77,19 @@ class Mac:
     def remove(self):
         assembly.remove(self.folder)
 
-    def start(self, display, arguments):
-        """Starts the installer; what it writes and its exit status come by pipes."""
+    def start(self, display, arguments=(), session=SESSION):
+        """Starts a session, in which a script of the shell starts the installer; what they write comes by pipes."""
         program = [self.places["installer"], *arguments]
         if self.variables:
             program = ["/usr/bin/env", *(f"{name}={value}" for name, value in self.variables.items()), *program]
-        session = subprocess.Popen(
+        process = subprocess.Popen(
             ending_with_us(sys.executable, str(MAC_ROOT), *map(str, self.options), *self.faults, "--display", display,
-                           "--program", "/bin/sh", "--", "-c", SESSION, *program),
+                           "--program", "/bin/sh", "--", "-c", session, *program),
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        if session.stdout.readline() != b"started\n":
-            _, errors = session.communicate(timeout=DEADLINE_SECONDS)
-            if NOTHING_RUN in errors:
-                raise unittest.SkipTest(errors.decode().strip())
-            raise RuntimeError(errors.decode())
-        return session
+        if process.stdout.readline() != b"started\n":
+            _, errors = process.communicate(timeout=DEADLINE_SECONDS)
+            raise (unittest.SkipTest if NOTHING_RUN in errors else RuntimeError)(errors.decode().strip())
+        return process
 
     def everything(self, root=None):
         """All that lies where the user may change something, but for GNUstep's own files and the displays of the host; also

@@ -11,8 +11,6 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
-#include <fcntl.h>
-#include <stdarg.h>
 #include <stdio.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -49,13 +47,10 @@ struct Setting {
   }
 };
 
-bool isInstaller() { return std::string_view(program_invocation_short_name) == "Quillmark Installer"; }
-
-/// GNUstep's daemons and tools serve all runs.
-bool isGNUstepsOwn() {
-  const std::string_view name = program_invocation_short_name;
-  return name == "gdnc" || name == "gpbs" || name == "make_services";
-}
+bool isNamed(std::string_view name) { return name == program_invocation_short_name; }
+bool isInstaller() { return isNamed("Quillmark Installer"); }
+/// They serve all runs.
+bool isGNUstepsOwn() { return isNamed("gdnc") || isNamed("gpbs") || isNamed("make_services"); }
 
 std::atomic<bool> begun{false};
 std::atomic<bool> ended{false};
@@ -106,11 +101,10 @@ Function *next(const char *name) {
   return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-mode_t modeFrom(int flags, va_list list) { return (flags & O_CREAT) != 0 ? va_arg(list, mode_t) : 0; }
-
 }  // namespace
 
-// What is replaced, as declared by the C library.
+// What is replaced, as declared by the C library; but those of <fcntl.h>, which is left out, take a mode that may follow
+// the flags always: on Linux it lies in the same register, whether it is one of variable arguments or not.
 
 #define REPLACE(result, name, parameters, arguments, path, failure) \
   extern "C" result name parameters {                               \
@@ -155,27 +149,7 @@ REPLACE(FILE *, fopen, (const char *path, const char *mode), (path, mode), path,
 REPLACE(FILE *, fopen64, (const char *path, const char *mode), (path, mode), path, nullptr)
 REPLACE(pid_t, fork, (), (), nullptr, -1)
 
-#define REPLACE_OPEN(name)                                                 \
-  extern "C" int name(const char *path, int flags, ...) {                  \
-    static const auto original = next<int(const char *, int, ...)>(#name); \
-    va_list list;                                                          \
-    va_start(list, flags);                                                 \
-    const mode_t mode = modeFrom(flags, list);                             \
-    va_end(list);                                                          \
-    return fails(path) ? -1 : original(path, flags, mode);                 \
-  }
-
-#define REPLACE_OPENAT(name)                                                    \
-  extern "C" int name(int folder, const char *path, int flags, ...) {           \
-    static const auto original = next<int(int, const char *, int, ...)>(#name); \
-    va_list list;                                                               \
-    va_start(list, flags);                                                      \
-    const mode_t mode = modeFrom(flags, list);                                  \
-    va_end(list);                                                               \
-    return fails(path) ? -1 : original(folder, path, flags, mode);              \
-  }
-
-REPLACE_OPEN(open)
-REPLACE_OPEN(open64)
-REPLACE_OPENAT(openat)
-REPLACE_OPENAT(openat64)
+REPLACE(int, open, (const char *path, int flags, mode_t mode), (path, flags, mode), path, -1)
+REPLACE(int, open64, (const char *path, int flags, mode_t mode), (path, flags, mode), path, -1)
+REPLACE(int, openat, (int folder, const char *path, int flags, mode_t mode), (folder, path, flags, mode), path, -1)
+REPLACE(int, openat64, (int folder, const char *path, int flags, mode_t mode), (folder, path, flags, mode), path, -1)

@@ -8,17 +8,14 @@ import os
 import re
 import shutil
 import signal
-import subprocess
-import sys
 import time
-import unittest
 from pathlib import Path
 
 from support.installer import CRITICAL, console_lines
 from support.interface import TITLE
-from support.mac import BUILD, MAC_ROOT, NOTHING_RUN, Mac
+from support.mac import BUILD, Mac
 from support.tree import differences
-from support.waiting import Lines, ending_with_us, until, within
+from support.waiting import Lines, until, within
 
 FAULTS = BUILD / "tests/torture/faults.so"
 TOOLS = "/usr/local/bin"
@@ -47,49 +44,31 @@ class Session:
     """A Mac with an earlier installation, on which runs are made. One of its folders may be a small volume."""
 
     def __init__(self, desktop, small=None):
-        self.desktop = desktop
-        self.small = small
-        self.mac = Mac()
-        try:
+        self.desktop, self.small = desktop, small
+        self.mac = Mac(faults=["--small", small] if small else [])
+        with contextlib.ExitStack() as ending:
+            ending.callback(self.mac.remove)
             self.mac.set_defaults(teamID="T2", partnerID="P1")
             shutil.copy(FAULTS, self.mac.at(TOOLS))
-            self.start()
-        except BaseException:
-            self.mac.remove()
-            raise
-        try:
+            self.process = self.mac.start(desktop.name, session=SESSION)
+            self.errors, self.answers = Lines(self.process.stderr), Lines(self.process.stdout)
+            ending.callback(self.end)
+            self.asked = self.runs = 0
+            self.own = [name for _, name in family(self.process.pid)]
+            self.shell = next(number for number, name in family(self.process.pid) if name == "sh")
             self.note_clean()
-        except BaseException:
-            self.close()
-            raise
+            self.close = ending.pop_all().close
 
-    def start(self):
-        volume = ["--small", self.small] if self.small else []
-        self.process = subprocess.Popen(
-            ending_with_us(sys.executable, str(MAC_ROOT), *map(str, self.mac.options), *volume, "--display",
-                           self.desktop.name, "--program", "/bin/sh", "--", "-c", SESSION,
-                           self.mac.places["installer"]),
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        if self.process.stdout.readline() != b"started\n":
-            _, errors = self.process.communicate()
-            raise (unittest.SkipTest if NOTHING_RUN in errors else RuntimeError)(errors.decode())
-        self.errors, self.answers = Lines(self.process.stderr), Lines(self.process.stdout)
-        self.asked = self.runs = 0
-        self.own = [name for _, name in family(self.process.pid)]
-        self.shell = next(number for number, name in family(self.process.pid) if name == "sh")
-
-    def close(self):
+    def end(self):
         self.process.stdin.close()
         self.process.terminate()
         self.process.wait()
         self.errors.close()
         self.answers.close()
-        self.mac.remove()
 
     def order(self, command):
         self.asked += 1
-        self.process.stdin.write(f"{command}\n".encode())
-        self.process.stdin.flush()
+        os.write(self.process.stdin.fileno(), f"{command}\n".encode())
 
     def is_over(self):
         """Whether the last order has been carried out."""
@@ -102,19 +81,9 @@ class Session:
     def make_older(self):
         """What an undisturbed run has to clear away."""
         home, temporary = self.mac.home_inside, self.mac.temporary_inside
-        folders = ["/Applications/Quillmark.app", f"{home}/Applications/Quillmark.app", f"{home}/Quillmark_Components",
-                   f"{temporary}/QuillmarkGuard"]
-        self.do(f"for folder in {' '.join(folders)}; do mkdir -p $folder; echo old > \"$folder/of an older release\"; "
-                "done; echo made", "an older installation")
-
-    def fill(self, left):
-        """Leaves so many bytes free on the small volume."""
-        filler = f"{self.small}/.filler"
-        self.do(f"cat /dev/zero > {filler} 2> /dev/null; truncate -s -{left} {filler}; echo filled",
-                "the filling of the volume")
-
-    def free(self):
-        self.do(f"rm {self.small}/.filler; echo freed", "the freeing of the volume")
+        self.do(f"for folder in /Applications/Quillmark.app {home}/Applications/Quillmark.app {home}/Quillmark_Components "
+                f"{temporary}/QuillmarkGuard; do mkdir -p $folder; echo old > \"$folder/of an older release\"; done; "
+                "echo made", "an older installation")
 
     def begin(self, count=1, **setting):
         """Starts a run, or several at once, with the faults' library where there is a setting for it."""
@@ -236,10 +205,12 @@ def pair(session, rng):
 def full_volume(session, rng):
     """A run without enough space, and one when there is enough again."""
     session.make_older()
-    session.fill(rng.randrange(12) * PAGE)
+    filler = f"{session.small}/.filler"
+    session.do(f"cat /dev/zero > {filler} 2> /dev/null; truncate -s -{rng.randrange(12) * PAGE} {filler}; echo filled",
+               "the filling of the volume")
     session.begin()
     session.expect([0], "the run on the full volume")
-    session.free()
+    session.do(f"rm {filler}; echo freed", "the freeing of the volume")
     session.check_repair()
     return session.small
 
