@@ -1,4 +1,3 @@
-#include "helper-client/blessing.hpp"
 #include "helper-client/command_channel.hpp"
 
 #include <cstdlib>
@@ -31,35 +30,21 @@ class Session {
   void act(char what, const std::string &text) {
     switch (what) {
       case 'v':
-        send([this] { getVersionAction(mac_.mac(), mac_.delegate); });
-        break;
+        return send([this] { getVersionAction(mac_.mac(), mac_.delegate); });
       case 'b':
-        send([this] { bindAction(mac_.mac(), mac_.delegate); });
-        break;
+        return send([this] { bindAction(mac_.mac(), mac_.delegate); });
       case 'i':
-        send([this] { installQuillmarkApplication2(mac_.mac(), mac_.delegate); });
-        break;
+        return send([this] { installQuillmarkApplication2(mac_.mac(), mac_.delegate); });
       case 'a':
-        answer(text);
-        break;
+        return answer(std::nullopt, text);
       case 'e':
-        answerWithError(errorOf(text), text);
-        break;
+        return answer(errorOf(text), text);
       case 'd':
-        fail(errorOf(text));
-        break;
+        return fail(errorOf(text));
       case 'x':
-        invalidate();
-        break;
+        return invalidate();
       case 'r':
-        serveMainQueue();
-        break;
-      case 'B':
-        bless(std::nullopt, "");
-        break;
-      case 'N':
-        bless(errorOf(text), text);
-        break;
+        return serveMainQueue();
       default:
         break;
     }
@@ -69,14 +54,11 @@ class Session {
     serveMainQueue();
     EXPECT_EQ(mac_.helperConnections.helper.connections, connections_);
     EXPECT_EQ(mac_.delegate->installed, installed_) << "only an installation that succeeded shows";
-    EXPECT_EQ(fake::contains(mac_.journal, "terminate"), refusals_ > 0) << "only a refused blessing ends it";
-    EXPECT_EQ(mac_.alertPanel.shown.size(), refusals_);
-    for (const Alert &alert : mac_.alertPanel.shown) {
-      EXPECT_EQ(alert.informativeText, "Could not authorize properly. The Installer will now quit.");
-    }
+    EXPECT_FALSE(fake::contains(mac_.journal, "terminate")) << "nothing that a helper answers ends it";
+    EXPECT_TRUE(mac_.alertPanel.shown.empty());
     for (const std::string &line : mac_.journal) {
-      const bool isSent = line.rfind("send ", 0) == 0 || line.rfind("bless ", 0) == 0;
-      EXPECT_FALSE(isSent && line.find(" with ") != std::string::npos) << "nothing carries an authorization: " << line;
+      EXPECT_FALSE(line.rfind("send ", 0) == 0 && line.find(" with ") != std::string::npos)
+          << "nothing carries an authorization: " << line;
     }
   }
 
@@ -101,32 +83,20 @@ class Session {
     return message;
   }
 
-  void answer(const std::string &text) {
+  void answer(const std::optional<Error> &error, const std::string &text) {
     const auto message = take();
     if (message.version) {
-      message.version(text.empty() ? std::nullopt : std::optional(text));
-      expected_ += "version = " + (text.empty() ? "(null)" : text) + "\n";
+      const bool isNil = text.empty() && !error;
+      message.version(isNil ? std::nullopt : std::optional(text));
+      expected_ += "version = " + (isNil ? "(null)" : text) + "\n";
     } else if (message.bind) {
-      message.bind(std::nullopt, static_cast<int>(text.size()), -1);
-      expected_ += "IPv4 = " + std::to_string(text.size()) + ", IPv6 = 4294967295\n";
-    } else if (message.install) {
-      message.install(std::nullopt);
-      expected_ += "success\n";
-      installed_ = true;
-    }
-  }
-
-  void answerWithError(const Error &error, const std::string &text) {
-    const auto message = take();
-    if (message.version) {
-      message.version(text);
-      expected_ += "version = " + text + "\n";
-    } else if (message.bind) {
-      message.bind(error, -1, -1);
-      expected_ += lineOf(error);
+      const auto port = static_cast<int>(text.size());
+      message.bind(error, port, -1);
+      expected_ += error ? lineOf(*error) : "IPv4 = " + std::to_string(port) + ", IPv6 = 4294967295\n";
     } else if (message.install) {
       message.install(error);
-      expected_ += lineOf(error);
+      expected_ += error ? lineOf(*error) : "success\n";
+      if (!error) installed_ = true;
     }
   }
 
@@ -141,8 +111,9 @@ class Session {
     const auto connection = mac_.delegate->connection;
     if (connection == nullptr) return;
     dynamic_cast<fake::FakeHelperConnection &>(*connection).invalidate();
-    if (connection_ == Connection::live) invalidated_ = true;
-    if (connection_ == Connection::live) connection_ = Connection::dead;
+    if (connection_ != Connection::live) return;
+    invalidated_ = true;
+    connection_ = Connection::dead;
   }
 
   void serveMainQueue() {
@@ -155,22 +126,11 @@ class Session {
     EXPECT_EQ(mac_.delegate->connection != nullptr, connection_ == Connection::live);
   }
 
-  void bless(std::optional<Error> refusal, const std::string &text) {
-    if (refusal) refusal->localizedDescription = text;
-    mac_.serviceManagement.refusal = refusal;
-    installAction(mac_.mac(), mac_.delegate, nullptr);
-    expected_ += refusal ? lineOf(*refusal) : "success\n";
-    if (!refusal) return;
-    ++refusals_;
-    EXPECT_EQ(mac_.console.lines.back(), text);
-  }
-
   fake::FakeMac mac_;
   enum class Connection { none, live, dead } connection_ = Connection::none;
   bool invalidated_ = false;
   bool installed_ = false;
   int connections_ = 0;
-  std::size_t refusals_ = 0;
   std::string expected_;
 };
 

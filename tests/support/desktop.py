@@ -13,9 +13,8 @@ from support.picture import Area, read_window_dump
 from support.waiting import DEADLINE_SECONDS, Lines, ending_with_us, output_of, until, within
 
 WITH_DISPLAY = REPOSITORY / "tools/with-display"
-WIDTH, HEIGHT = 1024, 768
-PACKAGES = {"Xvfb": "xvfb", "openbox": "openbox", "xdotool": "xdotool", "wmctrl": "wmctrl", "xev": "x11-utils",
-            "xprop": "x11-utils", "xwininfo": "x11-utils", "xclip": "xclip", "setpriv": "util-linux"}
+WIDTH = 1024
+PROGRAMS = ["Xvfb", "openbox", "xdotool", "wmctrl", "xev", "xprop", "xwininfo", "xclip", "setpriv"]
 
 # How long a window may take to get the keyboard by itself.
 LONGEST_FOCUS_SECONDS = 5
@@ -32,8 +31,7 @@ class Window(NamedTuple):
 
 class Desktop:
     def __init__(self):
-        missing = [f"{program} (package {package})" for program, package in PACKAGES.items()
-                   if not shutil.which(program)]
+        missing = [program for program in PROGRAMS if not shutil.which(program)]
         if missing:
             raise unittest.SkipTest("no virtual display without " + ", ".join(missing))
         self.processes = []

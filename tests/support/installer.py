@@ -102,33 +102,27 @@ class Installer:
     def has_alert(self):
         return any(window.title in (WARNING, CRITICAL, INFORMATIONAL) for window in self.desktop.windows())
 
-    def dismiss_alert(self, title=WARNING):
-        """Presses the alert's default button."""
+    def dismiss_alert(self, title=WARNING, key="Return"):
+        """Presses the alert's default button, or that of another key."""
         alert = self.wait_for_alert(title)
-        self.desktop.press("Return")
+        self.desktop.press(key)
         self.desktop.wait_for_end_of(alert)
 
     def cancel_alert(self, title):
-        """Presses the alert's Cancel button."""
-        alert = self.wait_for_alert(title)
-        self.desktop.press("Escape")
-        self.desktop.wait_for_end_of(alert)
+        self.dismiss_alert(title, "Escape")
 
     # Mouse
 
     def click(self, control):
         self.desktop.click(*CONTROLS[control].moved(self.window.area.x, self.window.area.y).centre())
 
-    def tick(self):
-        self.click_the_box_and_wait_for(TICK_LINES[-1])
-
-    def untick(self):
-        self.click_the_box_and_wait_for(UNTICK_LINES[-1])
-
-    def click_the_box_and_wait_for(self, line):
+    def tick(self, line=TICK_LINES[-1]):
         seen = self.console().count(line)
         self.click(interface.CHECKBOX)
         self.wait_for_console(line, seen + 1)
+
+    def untick(self):
+        self.tick(UNTICK_LINES[-1])
 
     def install(self):
         """Ticks the box, clicks the install button and waits for the window's installed state."""

@@ -46,10 +46,8 @@ class LaunchMode(ManagedTest):
         self.assert_marker(MANAGED_MARKER, teamID="T2", partnerID="P1")
         self.assert_marker(MANAGED_MARKER, "-partnerID", "P1", teamID="T2")
 
-    def test_the_team_alone_is_an_interactive_launch(self):
+    def test_one_alone_is_an_interactive_launch(self):
         self.assert_interactive(self.mac(), "-teamID", "T2")
-
-    def test_the_partner_alone_in_the_defaults_domain_is_an_interactive_launch(self):
         mac = self.mac()
         mac.set_defaults(partnerID="P1")
         self.assert_interactive(mac)

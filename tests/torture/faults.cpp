@@ -103,8 +103,8 @@ Function *next(const char *name) {
 
 }  // namespace
 
-// What is replaced, as declared by the C library; but those of <fcntl.h>, which is left out, take a mode that may follow
-// the flags always: on Linux it lies in the same register, whether it is one of variable arguments or not.
+// What is replaced, as declared by the C library; but those of <fcntl.h>, which is left out, take a mode that may
+// follow the flags always: on Linux it lies in the same register, whether it is one of variable arguments or not.
 
 #define REPLACE(result, name, parameters, arguments, path, failure) \
   extern "C" result name parameters {                               \
