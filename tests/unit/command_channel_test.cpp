@@ -56,16 +56,6 @@ TEST_F(CommandChannel, ConnectingStoresThenPreparesThenResumesAPrivilegedConnect
   EXPECT_EQ(mac_.journal, connecting(1));
 }
 
-TEST_F(CommandChannel, TheCommandIsRunInsideTheCallWithoutAnErrorOnceConnected) {
-  bool ran = false;
-  connectAndExecuteCommandBlock(mac_.mac(), mac_.delegate, [&](const std::optional<Error> &error) {
-    ran = true;
-    EXPECT_FALSE(error);
-    EXPECT_NE(mac_.delegate->connection, nullptr);
-  });
-  EXPECT_TRUE(ran);
-}
-
 // The three states of the channel, and what each event does in them.
 
 TEST_F(CommandChannel, Connected_TwoCommandsInARowUseOneConnection) {

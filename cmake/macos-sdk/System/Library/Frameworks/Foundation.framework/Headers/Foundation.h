@@ -63,8 +63,6 @@ SINCE(10.0)
 
 SINCE(10.0)
 @interface NSData : NSObject
-- (NSUInteger)length SINCE(10.0);
-- (const void *)bytes SINCE(10.0);
 @end
 
 SINCE(10.0)
