@@ -105,8 +105,9 @@ class Way:
         return tool
 
     def daemons(self):
-        """One that sleeps and one that makes files up to its last moment, which removing the root has to wait for."""
-        writer = "mkdir /tmp/busy; cd /tmp/busy; while :; do number=$((number + 1)); : > $number; done"
+        """One that sleeps and one that makes files up to its last moment, which removing the root has to wait for. They
+        have a thousand names, so that a machine on which it outlives its test has no more of them."""
+        writer = "mkdir /tmp/busy; cd /tmp/busy; while :; do number=$(((number + 1) % 1000)); : > $number; done"
         return f"setsid sleep {self.mark()} & setsid sh -c '{writer}' sh {self.mark()} &"
 
     def mark(self):
