@@ -64,17 +64,13 @@ class CompiledInterface(unittest.TestCase):
         self.assertEqual(len(set(found)), len(found))
         self.assertEqual(set(found), set(self.nib.parents))
 
-    def test_every_object_has_become_one_of_its_class(self):
+    def test_every_object_has_become_one_of_its_class_and_belongs_to_what_it_stands_in(self):
         classes = {"window": "NSWindowTemplate", "customObject": "NSCustomObject"}
         for element, found in self.compared:
-            tag = element.tag
+            tag, above = element.tag, self.above[element]
             self.assertEqual(found.class_name, classes.get(tag, "NS" + tag[0].upper() + tag[1:]))
             if tag == "customObject" and element.get("id") != "-3":
                 self.assertEqual(found["NSClassName"], element.get("customClass"))
-
-    def test_every_object_belongs_to_what_it_stands_in(self):
-        for element, found in self.compared:
-            above = self.above[element]
             while above.tag != "objects" and not above.get("id"):
                 above = self.above[above]
             parent = self.nib.owner if above.tag == "objects" else self.found[above.get("id")]

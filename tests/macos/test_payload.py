@@ -9,7 +9,7 @@ from contextlib import suppress
 from support import REPOSITORY, signature
 from support.copies import ScratchFolder
 
-from inspection import product
+from inspection import macho, product
 
 CONTENTS = "Quillmark.app/Contents"
 EXECUTABLE = f"{CONTENTS}/MacOS/Quillmark"
@@ -100,7 +100,7 @@ class Payload(ScratchFolder):
 
     def test_code_that_is_not_for_apple_silicon_or_not_the_teams(self):
         signed = (self.good / EXECUTABLE).read_bytes()
-        intel = signature.signed_slice(self.thin(product.EXECUTABLE, "x86_64"), *HOW)
+        intel = signature.signed_slice(macho.slices(product.EXECUTABLE)["x86_64"].content, *HOW)
         code = f"{GUARDS}/Ventura/QuillmarkGuard/bin/wireguard"
         for content, reason in [
                 (intel, "no code for Apple silicon"), (product.EXECUTABLE.read_bytes(), "it is not signed"),
@@ -110,11 +110,6 @@ class Payload(ScratchFolder):
             self.assert_found(lambda payload: (payload / code).write_bytes(content), code, reason)
         self.spoil(lambda payload: (payload / code).write_bytes(b"\xca\xfe\xba\xbe\0\0\0\x34 a Java class"))
         self.assertEqual(self.check("--release").stderr, "")
-
-    def thin(self, executable, architecture):
-        thin = self.scratch / "thin"
-        subprocess.run(["llvm-lipo-19", executable, "-thin", architecture, "-output", thin], check=True)
-        return thin.read_bytes()
 
     def test_a_client_without_a_ticket_is_an_error_for_a_release_and_a_warning_otherwise(self):
         ticket = f"{CONTENTS}/CodeResources"

@@ -65,9 +65,9 @@ class Desktop:
             process.wait()
         self.display.communicate()
 
-    def run_in_background(self, *command, stdout=subprocess.DEVNULL, **options):
-        process = subprocess.Popen(ending_with_us(*command), env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout,
-                                   stderr=subprocess.DEVNULL, **options)
+    def run_in_background(self, *command, stdout=subprocess.DEVNULL):
+        process = subprocess.Popen(ending_with_us(*command), env=self.environment, stdin=subprocess.DEVNULL,
+                                   stdout=stdout, stderr=subprocess.DEVNULL)
         self.processes.append(process)
         return process
 
@@ -157,7 +157,7 @@ class Desktop:
             answer = condition(self.windows())
             if not answer:
                 # A title may come without an event of its own, so this cannot wait for one alone.
-                self.events.wait_for_more(seen, seconds=0.1)
+                within(0.1, lambda: len(self.events.lines) > seen)
             return answer
 
         return until(look_again, what)

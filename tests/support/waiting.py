@@ -91,11 +91,6 @@ class Lines:
                 raise TooLate("\n  ".join([f"{what}: {reason}; there are:", *self.taken]))
             return answer
 
-    def wait_for_more(self, count, seconds):
-        """Waits until there are more than so many lines, but not for longer than so many seconds."""
-        with self.changed:
-            self.changed.wait_for(lambda: len(self.taken) > count or self.at_end, seconds)
-
     def close(self):
         self.reader.join(DEADLINE_SECONDS)
 

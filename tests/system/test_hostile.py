@@ -23,24 +23,6 @@ class HostileTest(SystemTest):
 
 
 class HostileEnvironment(HostileTest):
-    def test_the_variables_of_a_macs_loader_change_nothing_of_a_managed_run(self):
-        folder = "/private/tmp/hostile"
-        variables = dict.fromkeys(
-            ["DYLD_FRAMEWORK_PATH", "DYLD_FALLBACK_FRAMEWORK_PATH", "DYLD_VERSIONED_FRAMEWORK_PATH", "DYLD_LIBRARY_PATH",
-             "DYLD_FALLBACK_LIBRARY_PATH", "DYLD_VERSIONED_LIBRARY_PATH", "DYLD_ROOT_PATH"], folder)
-        variables |= {"DYLD_INSERT_LIBRARIES": f"{folder}/libhostile.dylib", "DYLD_IMAGE_SUFFIX": "_debug",
-                      "DYLD_FORCE_FLAT_NAMESPACE": "1", "DYLD_PRINT_LIBRARIES": "1",
-                      "DYLD_PRINT_TO_FILE": f"{folder}/printed"}
-        outcomes = []
-        for chosen in ({}, variables):
-            mac = self.mac(variables=chosen)
-            mac.at(folder).mkdir()
-            (mac.at(folder) / "libhostile.dylib").write_text("no library\n")
-            outcomes.append((self.install(mac), mac.everything()))
-            self.assert_installed(mac, marker=MANAGED_MARKER)
-        self.assertEqual(outcomes[0][0], outcomes[1][0])
-        self.assert_same_tree(outcomes[1][1], outcomes[0][1])
-
     def test_a_path_that_leads_to_another_cp_runs_it_as_the_user_and_changes_the_component_only(self):
         mac = self.mac(variables={"PATH": "/private/tmp/hostile:/usr/local/bin:/usr/bin"})
         hostile = mac.at("/private/tmp/hostile/cp")

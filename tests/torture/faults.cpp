@@ -13,7 +13,6 @@
 #include <errno.h>
 #include <stdio.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <array>
@@ -103,8 +102,9 @@ Function *next(const char *name) {
 
 }  // namespace
 
-// What is replaced, as declared by the C library; but those of <fcntl.h>, which is left out, take a mode that may
-// follow the flags always: on Linux it lies in the same register, whether it is one of variable arguments or not.
+// What installations call is replaced, as declared by the C library; but those of <fcntl.h>, which is left out, take a
+// mode that may follow the flags always: on Linux it lies in the same register, whether it is one of variable arguments
+// or not.
 
 #define REPLACE(result, name, parameters, arguments, path, failure) \
   extern "C" result name parameters {                               \
@@ -127,20 +127,9 @@ REPLACE(int, symlinkat, (const char *to, int folder, const char *path), (to, fol
 REPLACE(int, chmod, (const char *path, mode_t mode), (path, mode), path, -1)
 REPLACE(int, fchmodat, (int folder, const char *path, mode_t mode, int flags), (folder, path, mode, flags), path, -1)
 REPLACE(int, fchmod, (int file, mode_t mode), (file, mode), nullptr, -1)
-REPLACE(int, futimens, (int file, const struct timespec times[2]), (file, times), nullptr, -1)
-REPLACE(int, utimensat, (int folder, const char *path, const struct timespec times[2], int flags),
-        (folder, path, times, flags), path, -1)
-REPLACE(ssize_t, readlinkat, (int folder, const char *path, char *text, size_t size), (folder, path, text, size), path,
-        -1)
-REPLACE(ssize_t, flistxattr, (int file, char *names, size_t size), (file, names, size), nullptr, -1)
-REPLACE(ssize_t, fgetxattr, (int file, const char *name, void *value, size_t size), (file, name, value, size), nullptr,
-        -1)
-REPLACE(int, fsetxattr, (int file, const char *name, const void *value, size_t size, int flags),
-        (file, name, value, size, flags), nullptr, -1)
 REPLACE(int, stat, (const char *path, struct stat *status), (path, status), path, -1)
 REPLACE(int, lstat, (const char *path, struct stat *status), (path, status), path, -1)
 REPLACE(int, stat64, (const char *path, struct stat64 *status), (path, status), path, -1)
-REPLACE(int, lstat64, (const char *path, struct stat64 *status), (path, status), path, -1)
 REPLACE(int, fstatat, (int folder, const char *path, struct stat *status, int flags), (folder, path, status, flags),
         path, -1)
 REPLACE(DIR *, opendir, (const char *path), (path), path, nullptr)
@@ -150,6 +139,4 @@ REPLACE(FILE *, fopen64, (const char *path, const char *mode), (path, mode), pat
 REPLACE(pid_t, fork, (), (), nullptr, -1)
 
 REPLACE(int, open, (const char *path, int flags, mode_t mode), (path, flags, mode), path, -1)
-REPLACE(int, open64, (const char *path, int flags, mode_t mode), (path, flags, mode), path, -1)
 REPLACE(int, openat, (int folder, const char *path, int flags, mode_t mode), (folder, path, flags, mode), path, -1)
-REPLACE(int, openat64, (int folder, const char *path, int flags, mode_t mode), (folder, path, flags, mode), path, -1)

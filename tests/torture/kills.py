@@ -125,10 +125,7 @@ class Session:
 
     def wait_for_rest(self):
         """Until what the installer started has come to an end as well."""
-        def left():
-            return [name for _, name in family(self.process.pid) if name not in DAEMONS] != self.own
-
-        if not within(5, lambda: not left()):
+        if not within(5, lambda: [name for _, name in family(self.process.pid) if name not in DAEMONS] == self.own):
             raise Mismatch(f"processes are left: {family(self.process.pid)}")
 
     def expect(self, expected, what):
