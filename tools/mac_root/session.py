@@ -61,7 +61,7 @@ def mounts(root, options):
         if x_authority().is_file():
             found.append(Mount(X_AUTHORITY, x_authority(), "read-only"))
     if options.libraries:
-        found.append(Mount(canonical(str(options.libraries)), options.libraries, "read-only"))
+        found.append(Mount("/libraries", options.libraries, "read-only"))
     if options.translocated:
         found.append(Mount(TRANSLOCATED, host_path(root, TRANSLOCATED), "read-only"))
     found += sanitizer_mounts()
