@@ -17,8 +17,6 @@ from support.case import MANAGED_MARKER, SystemTest
 from support.mac import DISTRIBUTION, INSTALLER, Mac
 from support.waiting import ending_with_us
 
-STAND_INS = REPOSITORY / "tests/fleet/stand-ins"
-WITH_DISPLAY = REPOSITORY / "tools/with-display"
 MAKE_FLEET_ROOT = REPOSITORY / "tools/make-fleet-root"
 STATE = "/private/var/db/stand-ins"
 RECEIPT = "/private/var/db/receipts/com.quillmark.fleet"
@@ -33,7 +31,6 @@ OTHER = "/Applications/Other.app"
 NUMBERS = {"root": 0, "adam": 501, "ann": 502, "bob": 503}
 PEOPLE = ["adam", "ann", "bob"]
 STAFF, ADMIN = 20, 80
-LONGEST_RUN_SECONDS = 120
 
 # What a run of the installer, or GNUstep in it, writes of a person's own.
 OWN = ["Applications", "Quillmark_Components", "Library/Logs/com.quillmark.fleet.log", "Library/Preferences/.lck",
@@ -73,7 +70,7 @@ class FleetMac(Mac):
         shutil.rmtree(self.downloads)
         shutil.rmtree(self.temporary)
         (self.root / "bin").unlink()
-        shutil.copytree(STAND_INS, self.root / "bin")
+        shutil.copytree(REPOSITORY / "tests/fleet/stand-ins", self.root / "bin")
         (self.root / "bin/sh").symlink_to(shutil.which(self.shell))
         # What mac-root has made for this, under what hides it here.
         shutil.copy(self.root / "usr/local/bin/uname", self.root / "bin/uname")
@@ -145,8 +142,8 @@ class FleetMac(Mac):
 
     def execute(self, *program, display=False):
         start = time.monotonic()
-        ran = subprocess.run([*([WITH_DISPLAY] if display else []), *ending_with_us(*self.command(*program))],
-                             stdin=subprocess.DEVNULL, capture_output=True, check=False, timeout=LONGEST_RUN_SECONDS)
+        ran = subprocess.run([*([REPOSITORY / "tools/with-display"] if display else []), *ending_with_us(*self.command(*program))],
+                             stdin=subprocess.DEVNULL, capture_output=True, check=False, timeout=120)
         return Run(ran.returncode, ran.stdout.decode(errors="replace"), ran.stderr.decode(errors="replace"),
                    time.monotonic() - start)
 
