@@ -12,5 +12,6 @@ ARCHIVE = f"Quillmark-Installer-{VERSION}-for-inspection.zip"
 
 
 def package(*arguments, output):
-    return subprocess.run([product.REPOSITORY / "tools/package", "--output", output, *arguments],
+    """The output is named from where the tool is started, as people name it."""
+    return subprocess.run([product.REPOSITORY / "tools/package", "--output", output.name, *arguments], cwd=output.parent,
                           stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, timeout=120)
